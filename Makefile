@@ -1,0 +1,17 @@
+# Thin front end: the real steps live in scripts/.
+.PHONY: test native windows clean format
+
+test:
+	bash scripts/test-all.sh
+
+native:
+	cmake --preset native && cmake --build --preset native -j$$(nproc) && ctest --preset native -j$$(nproc)
+
+windows:
+	cmake --preset windows && cmake --build --preset windows -j$$(nproc) && ctest --preset windows -j$$(nproc)
+
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf build
