@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace
@@ -220,4 +221,53 @@ TEST_F(TraceSink, FlowLineWithConsoleOffAndNoFileIsDropped)
                     "Kel_SerialChannel_Read, Size=%d, Timeout=%d\n", 8, 100);
     Kel_P_Trace_Imp(Kel_Module_SerialChannel, 3, nullptr, 0, "f", 2, "info\n");
     EXPECT_EQ(out.Finish(), "");
+}
+
+TEST_F(TraceSink, LinesFromSeveralThreadsStayWhole)
+{
+    remove("threads.txt");
+    ASSERT_EQ(Kel_P_Trace_File_Set_Size(4000000), Kel_Good); // no rotation during the test
+    ASSERT_EQ(Kel_P_Trace_File_Enable("threads.txt"), Kel_Good);
+    constexpr int kThreads = 3;
+    constexpr int kLines = 200;
+    std::vector<std::thread> writers;
+    for (int t = 0; t < kThreads; ++t)
+        writers.emplace_back(
+            [t]
+            {
+                uint8_t data[40];
+                for (size_t i = 0; i < sizeof(data); ++i)
+                    data[i] = static_cast<uint8_t>(t);
+                for (int i = 0; i < kLines; ++i)
+                    Kel_P_Trace_Imp(Kel_Module_SerialChannel, 4, data, sizeof(data), "f", i,
+                                    "Writer %d line %03d, Data=", t, i);
+            });
+    for (std::thread& writer : writers)
+        writer.join();
+    ASSERT_EQ(Kel_P_Trace_File_Disable(), Kel_Good);
+    // Every line whole, each writer's lines in its own order.
+    std::istringstream text(ReadText("threads.txt"));
+    std::string line;
+    int next[kThreads] = {};
+    int count = 0;
+    while (std::getline(text, line))
+    {
+        if (line.empty())
+            continue;
+        ++count;
+        int writer = -1;
+        int number = -1;
+        ASSERT_EQ(sscanf(line.c_str(), "Writer %d line %d", &writer, &number), 2) << line;
+        ASSERT_TRUE(writer >= 0 && writer < kThreads) << line;
+        EXPECT_EQ(number, next[writer]) << line;
+        next[writer] = number + 1;
+        char expected[256];
+        snprintf(expected, sizeof(expected), "Writer %d line %03d, Data=[40] ", writer, number);
+        std::string whole = expected;
+        for (int i = 0; i < 40; ++i)
+            whole += "0" + std::to_string(writer) + " ";
+        EXPECT_EQ(line, whole);
+    }
+    EXPECT_EQ(count, kThreads * kLines);
+    remove("threads.txt");
 }
