@@ -22,9 +22,12 @@ using Bytes = std::vector<uint8_t>;
 // address (big-endian), payload, CRC-16/MODBUS low byte then high byte.
 inline Bytes MakeFrame(uint32_t aAddress, const Bytes& aPayload)
 {
-    Bytes frame{static_cast<uint8_t>(aAddress >> 24), static_cast<uint8_t>(aAddress >> 16),
-                static_cast<uint8_t>(aAddress >> 8), static_cast<uint8_t>(aAddress)};
-    frame.insert(frame.end(), aPayload.begin(), aPayload.end());
+    Bytes frame;
+    frame.reserve(aPayload.size() + 6);
+    for (int shift = 24; shift >= 0; shift -= 8)
+        frame.push_back(static_cast<uint8_t>(aAddress >> shift));
+    for (uint8_t byte : aPayload)
+        frame.push_back(byte);
     uint16_t crc = 0;
     Kel_Memory_CrcModbusCalc(frame.data(), static_cast<int32_t>(frame.size()), &crc);
     frame.push_back(static_cast<uint8_t>(crc));
