@@ -74,9 +74,9 @@ inline const std::string kClockFile = "shared/src/shared/platform/posix/kel_p_da
 #endif
 inline const std::string kUtilsFile = "shared/src/shared/kel_utils";
 
-// Sets the process's time zone (a POSIX TZ text such as "UTC0" or "XXX-3") and restores the previous
-// one. Only the POSIX build can choose its zone: the Windows build under wine keeps the machine's.
-#if !defined(_WIN32)
+// Sets this process's time zone through its TZ variable (a POSIX-style text such as "UTC0", "XXX-3"
+// or "XXX5", which the C libraries of both builds read) and restores the previous setting. The
+// machine's own zone is left alone.
 class ScopedTimeZone
 {
 public:
@@ -86,21 +86,28 @@ public:
         hadOld_ = pOld != nullptr;
         if (hadOld_)
             old_ = pOld;
-        setenv("TZ", pZone, 1);
-        tzset();
+        Set(pZone);
     }
-    ~ScopedTimeZone()
+    ~ScopedTimeZone() { Set(hadOld_ ? old_.c_str() : nullptr); }
+
+private:
+    static void Set(const char* pZone)
     {
-        if (hadOld_)
-            setenv("TZ", old_.c_str(), 1);
+#if defined(_WIN32)
+        static std::string assignment; // _putenv keeps no copy on every runtime
+        assignment = std::string("TZ=") + (pZone != nullptr ? pZone : "");
+        _putenv(assignment.c_str());
+        _tzset();
+#else
+        if (pZone != nullptr)
+            setenv("TZ", pZone, 1);
         else
             unsetenv("TZ");
         tzset();
+#endif
     }
 
-private:
     bool hadOld_ = false;
     std::string old_;
 };
-#endif
 } // namespace datetime_test

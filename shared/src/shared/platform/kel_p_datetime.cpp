@@ -1,12 +1,11 @@
 // The clock: DateTime records from and to local calendar fields, the current time, differences.
 //
-// One source for both platforms: the local-time conversion is the C library's mktime and its
-// thread-safe localtime, which each platform's kel_p_datetime.cpp supplies together with the setting
-// of the system clock. Trace lines name that platform file (Kel_P_DateTime_TraceFile).
+// One source for both platforms: the local-time conversions (the C library's mktime and its
+// thread-safe localtime) come from each platform's kel_p_datetime.cpp together with the setting of
+// the system clock. Trace lines name that platform file (Kel_P_DateTime_TraceFile).
 //
 // The record holds signed 32-bit seconds, whatever the width of the C library's time_t (32 bits in
-// the Windows runtime, 64 on Linux): an instant outside that range is refused by the conversion. The
-// C library may refuse more: the Windows runtime converts no instant before 1970-01-01 00:00:00 UTC.
+// the Windows runtime, 64 on Linux): an instant outside that range is refused by the conversion.
 #define KEL_TRACE_FILE Kel_P_DateTime_TraceFile
 #include "shared/platform/kel_p_datetime.h"
 
@@ -40,21 +39,10 @@ bool LocalFieldsToSeconds(int aYear, int aMonth, int aDay, int aHour, int aMinut
     fields.tm_min = aMinute;
     fields.tm_sec = aSecond;
     fields.tm_isdst = -1;
-    const time_t converted = mktime(&fields);
-    if (converted == static_cast<time_t>(-1))
-    {
-        // mktime's failure value is also the instant 1969-12-31 23:59:59 UTC: take it only when that
-        // instant reads back as the fields asked for.
-        tm check{};
-        if (Kel_P_DateTime_LocalFields(converted, &check) == KEL_NULL || check.tm_year != aYear - 1900 ||
-            check.tm_mon != aMonth - 1 || check.tm_mday != aDay || check.tm_hour != aHour ||
-            check.tm_min != aMinute || check.tm_sec != aSecond)
-            return false;
-    }
-    const int64_t wide = static_cast<int64_t>(converted);
-    if (wide < INT32_MIN || wide > INT32_MAX)
+    int64_t seconds = 0;
+    if (!Kel_P_DateTime_LocalSeconds(&fields, &seconds) || seconds < INT32_MIN || seconds > INT32_MAX)
         return false;
-    *pSeconds = static_cast<int32_t>(wide);
+    *pSeconds = static_cast<int32_t>(seconds);
     return true;
 }
 } // namespace
@@ -92,7 +80,7 @@ Kel_StatusCode Kel_P_DateTime_Decode(const DateTime* pDateTime, uint16_t* pYear,
     KEL_ENTER(Kel_Module_DateTime);
     KEL_REJECT_NULL(pDateTime);
     tm fields{};
-    const tm* ptm = Kel_P_DateTime_LocalFields(static_cast<time_t>(pDateTime->seconds), &fields);
+    const tm* ptm = Kel_P_DateTime_LocalFields(pDateTime->seconds, &fields);
     KEL_GOTO_IF_NULL(ptm, Kel_BadInternalError);
     if (pYear != KEL_NULL)
         *pYear = static_cast<uint16_t>(ptm->tm_year + 1900);
@@ -162,7 +150,7 @@ Kel_StatusCode Kel_P_DateTime_GetTimeOfDayUTC(DateTime* pResult)
     const time_t now = time(KEL_NULL);
     KEL_GOTO_IF_EXPR((now == static_cast<time_t>(-1)));
     tm fields{};
-    const tm* ptm = Kel_P_DateTime_UtcFields(now, &fields);
+    const tm* ptm = Kel_P_DateTime_UtcFields(static_cast<int64_t>(now), &fields);
     KEL_GOTO_IF_NULL(ptm, Kel_BadInternalError);
     int32_t seconds = 0;
     KEL_GOTO_IF_EXPR(!LocalFieldsToSeconds(ptm->tm_year + 1900, ptm->tm_mon + 1, ptm->tm_mday, ptm->tm_hour,
@@ -178,7 +166,7 @@ Kel_StatusCode Kel_P_DateTime_GetHour(const DateTime* pDateTime, uint8_t* pHour)
     KEL_REJECT_NULL(pDateTime);
     KEL_REJECT_NULL(pHour);
     tm fields{};
-    const tm* ptm = Kel_P_DateTime_LocalFields(static_cast<time_t>(pDateTime->seconds), &fields);
+    const tm* ptm = Kel_P_DateTime_LocalFields(pDateTime->seconds, &fields);
     KEL_GOTO_IF_NULL(ptm, Kel_BadInternalError);
     *pHour = static_cast<uint8_t>(ptm->tm_hour);
     KEL_EXIT(Kel_Good);

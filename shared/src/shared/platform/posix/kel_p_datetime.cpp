@@ -1,5 +1,5 @@
-// The clock on POSIX: the C library's thread-safe local and UTC conversions, and the setting of the
-// system clock. The rest of the clock is common to both platforms (platform/kel_p_datetime.cpp).
+// The clock on POSIX: the C library's local and UTC conversions, and the setting of the system clock.
+// The rest of the clock is common to both platforms (platform/kel_p_datetime.cpp).
 #define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_datetime"
 #include "shared/platform/kel_p_datetime.h"
 
@@ -10,14 +10,35 @@
 
 const char Kel_P_DateTime_TraceFile[] = KEL_TRACE_FILE;
 
-tm* Kel_P_DateTime_LocalFields(time_t aSeconds, tm* pFields)
+bool Kel_P_DateTime_LocalSeconds(const tm* pFields, int64_t* pSeconds)
 {
-    return localtime_r(&aSeconds, pFields);
+    tm fields = *pFields;
+    const time_t converted = mktime(&fields);
+    if (converted == static_cast<time_t>(-1))
+    {
+        // mktime's failure value is also the instant 1969-12-31 23:59:59 UTC: take it only when that
+        // instant reads back as the fields asked for.
+        tm check{};
+        if (localtime_r(&converted, &check) == nullptr || check.tm_year != pFields->tm_year ||
+            check.tm_mon != pFields->tm_mon || check.tm_mday != pFields->tm_mday ||
+            check.tm_hour != pFields->tm_hour || check.tm_min != pFields->tm_min ||
+            check.tm_sec != pFields->tm_sec)
+            return false;
+    }
+    *pSeconds = static_cast<int64_t>(converted);
+    return true;
 }
 
-tm* Kel_P_DateTime_UtcFields(time_t aSeconds, tm* pFields)
+tm* Kel_P_DateTime_LocalFields(int64_t aSeconds, tm* pFields)
 {
-    return gmtime_r(&aSeconds, pFields);
+    const time_t seconds = static_cast<time_t>(aSeconds);
+    return localtime_r(&seconds, pFields);
+}
+
+tm* Kel_P_DateTime_UtcFields(int64_t aSeconds, tm* pFields)
+{
+    const time_t seconds = static_cast<time_t>(aSeconds);
+    return gmtime_r(&seconds, pFields);
 }
 
 // Sets the system clock from the record's local calendar fields, handed to the clock as UTC fields
