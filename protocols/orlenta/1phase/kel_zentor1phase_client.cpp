@@ -301,9 +301,9 @@ Kel_StatusCode Kel_Zentor1Phase_Client_WritePowerLimit(Kel_Zentor1Phase_ClientCo
     const int64_t tens = watts % 1000 / 10;
     uint8_t bytes[2];
     KEL_CLIENT_CHECK(Kel_Zentor1Phase_Utils_Byte2BCD(
-        kilowatts < 0 ? 0xFFFFFFFFu : static_cast<uint32_t>(kilowatts), &bytes[0]));
+        watts < 0 ? 0xFFFFFFFFu : static_cast<uint32_t>(kilowatts), &bytes[0]));
     KEL_CLIENT_CHECK(
-        Kel_Zentor1Phase_Utils_Byte2BCD(tens < 0 ? 0xFFFFFFFFu : static_cast<uint32_t>(tens), &bytes[1]));
+        Kel_Zentor1Phase_Utils_Byte2BCD(watts < 0 ? 0xFFFFFFFFu : static_cast<uint32_t>(tens), &bytes[1]));
     Kel_StatusCode status = Kel_Good;
     KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Write(&pContext->ApplicationContext, 0x03, bytes, 2));
     KEL_EXIT(status);
