@@ -1,6 +1,8 @@
 // Byte orders and BCD of the single-phase meter protocol.
 #include "protocols/orlenta/1phase/kel_zentor1phase_utils.h"
 
+#include "shared/kel_utils.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -66,4 +68,56 @@ TEST(Zentor1PhaseUtils, ByteToBcd)
     EXPECT_EQ(Kel_Zentor1Phase_Utils_Byte2BCD(100, &byte), Kel_BadInvalidArgument);
     EXPECT_EQ(Kel_Zentor1Phase_Utils_Byte2BCD(356, &byte), Kel_BadInvalidArgument);
     EXPECT_EQ(byte, 0x40);
+}
+
+namespace
+{
+DateTime Date(uint16_t aYear, uint8_t aMonth, uint8_t aDay, uint8_t aHour, uint8_t aMinute, uint8_t aSecond)
+{
+    DateTime date{};
+    EXPECT_EQ(Kel_Utils_CreateDateTime(aYear, aMonth, aDay, aHour, aMinute, aSecond, 0, &date), Kel_Good);
+    return date;
+}
+} // namespace
+
+TEST(Zentor1PhaseUtils, DateTimeFromBufferAndTheCenturyRule)
+{
+    // second, minute, hour, (not read), day, month, year behind two other bytes
+    const uint8_t buffer[] = {0xAA, 0xBB, 0x59, 0x35, 0x14, 0xFF, 0x28, 0x02, 0x24};
+    DateTime date{};
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_DateTimeFromBuffer(buffer, sizeof(buffer), 2, &date), Kel_Good);
+    EXPECT_EQ(date.seconds, Date(2024, 2, 28, 14, 35, 59).seconds);
+
+    const uint8_t nineteen51[] = {0x00, 0x00, 0x00, 0x00, 0x01, 0x01, 0x51};
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_DateTimeFromBuffer(nineteen51, 7, 0, &date), Kel_Good);
+    EXPECT_EQ(date.seconds, Date(1951, 1, 1, 0, 0, 0).seconds);
+    // 0x50 is 2050, past the 32-bit DateTime: the date module's refusal comes back (1950 would fit).
+    const uint8_t twenty50[] = {0x00, 0x00, 0x00, 0x00, 0x01, 0x01, 0x50};
+    DateTime unused{};
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_DateTimeFromBuffer(twenty50, 7, 0, &date),
+              Kel_Utils_CreateDateTime(2050, 1, 1, 0, 0, 0, 0, &unused));
+    EXPECT_TRUE(Kel_IsBad(Kel_Zentor1Phase_Utils_DateTimeFromBuffer(twenty50, 7, 0, &date)));
+
+    const uint8_t notBcd[] = {0x00, 0x00, 0x00, 0x00, 0x01, 0xA1, 0x24};
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_DateTimeFromBuffer(notBcd, 7, 0, &date), Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_DateTimeFromBuffer(nullptr, 7, 0, &date), Kel_BadInvalidArgument);
+}
+
+TEST(Zentor1PhaseUtils, GetTimeChecksItsFieldsAndUsesThisCentury)
+{
+    DateTime date{};
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 2, 28, 14, 35, 59, &date), 1u);
+    EXPECT_EQ(date.seconds, Date(2024, 2, 28, 14, 35, 59).seconds);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(37, 12, 31, 23, 59, 59, &date), 1u);
+    EXPECT_EQ(date.seconds, Date(2037, 12, 31, 23, 59, 59).seconds);
+    const DateTime kept = date;
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 0, 1, 0, 0, 0, &date), 0u);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 13, 1, 0, 0, 0, &date), 0u);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 1, 0, 0, 0, 0, &date), 0u);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 1, 32, 0, 0, 0, &date), 0u);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 1, 1, 24, 0, 0, &date), 0u);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 1, 1, 0, 60, 0, &date), 0u);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 1, 1, 0, 0, 60, &date), 0u);
+    EXPECT_EQ(date.seconds, kept.seconds);
+    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(24, 1, 1, 0, 0, 0, nullptr), 0u);
 }
