@@ -314,6 +314,10 @@ Reply LineEngine::ModemLine(const std::string& raw)
             line.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(c))));
     if (line.empty())
         return reply;
+    // Noise in front of the command (bytes sent while no call was up) is skipped, as a modem
+    // looks for the "AT" prefix.
+    if (const size_t at = line.find("AT"); at != std::string::npos)
+        line.erase(0, at);
     Trace("-- modem command " + raw);
     auto answer = [&](const std::string& text) { reply.chunks.push_back(Chunk{0, Result(text)}); };
     auto startsWith = [&](const char* prefix) { return line.rfind(prefix, 0) == 0; };
@@ -339,7 +343,7 @@ Reply LineEngine::ModemLine(const std::string& raw)
     }
     else if (startsWith("AT+CBST="))
     {
-        modem_.cbst = raw.substr(raw.find('=') + 1);
+        modem_.cbst = line.substr(line.find('=') + 1);
         answer("OK");
     }
     else if (startsWith("AT&D") || startsWith("ATS7="))
