@@ -91,12 +91,12 @@ bool LineEngine::Take(int& knob)
     return false;
 }
 
-void LineEngine::Finish(Reply& reply, Bytes bytes, unsigned extraDelay)
+void LineEngine::Finish(Reply& reply, Bytes bytes)
 {
     if (bytes.empty())
         return;
     Trace("tx " + Hex(bytes));
-    const unsigned delay = faults_.delayMs + extraDelay;
+    const unsigned delay = faults_.delayMs;
     if (faults_.chunkSize == 0 || bytes.size() <= faults_.chunkSize)
     {
         reply.chunks.push_back(Chunk{delay, std::move(bytes)});

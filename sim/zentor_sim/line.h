@@ -98,7 +98,8 @@ private:
     Reply FeedModemCommand(const uint8_t* data, size_t size);
     Reply ModemLine(const std::string& line);
     Reply FeedGateway();
-    void Finish(Reply& reply, Bytes bytes, unsigned extraDelay = 0);
+    // Traces the answer and cuts it into timed chunks as the delay and chunk knobs say.
+    void Finish(Reply& reply, Bytes bytes);
     void Trace(const std::string& line);
     static bool Take(int& knob);
 

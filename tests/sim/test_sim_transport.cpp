@@ -191,3 +191,47 @@ TEST(SimTransport, PseudoTerminalWithStableLink)
     EXPECT_NE(::access(link.c_str(), F_OK), 0); // the link goes with the simulator
     ::rmdir(dir);
 }
+
+TEST(SimTransport, ModemDialPausesAndDataCallOverTcp)
+{
+    Simulator sim(TestState());
+    sim.Line().SetMode(zentor_sim::LineMode::Modem);
+    sim.Line().Modem().echo = false;
+    sim.Line().Modem().dialProgress = {"RING"};
+    sim.Line().Modem().dialStepMs = 60;
+    const uint16_t port = sim.StartTcp(0);
+    const int fd = ConnectTcp(port);
+    ASSERT_GE(fd, 0);
+    const Bytes dial = H("41 54 44 31 32 33 0D"); // "ATD123" CR
+    ASSERT_TRUE(WriteAll(fd, dial));
+    const std::string ring = "\r\nRING\r\n", connect = "\r\nCONNECT 9600\r\n";
+    const auto arrivals = ReadAnswer(fd, ring.size() + connect.size(), 2000);
+    ASSERT_EQ(arrivals.size(), 2u);
+    EXPECT_EQ(arrivals[0].bytes, Bytes(ring.begin(), ring.end()));
+    EXPECT_EQ(arrivals[1].bytes, Bytes(connect.begin(), connect.end()));
+    EXPECT_GE(arrivals[0].ms, 50);
+    EXPECT_GE(arrivals[1].ms - arrivals[0].ms, 50);
+    // Data mode: echo and answer together.
+    ASSERT_TRUE(WriteAll(fd, kSerialRequest));
+    EXPECT_EQ(Joined(ReadAnswer(fd, 2 * kSerialRequest.size() + 4, 1000)),
+              Cat(kSerialRequest, kSerialAnswer));
+    ::close(fd);
+}
+
+TEST(SimTransport, APauseOnTheLineForgetsAnIncompleteRequest)
+{
+    Simulator sim(TestState());
+    sim.SetInputResetMs(40);
+    const uint16_t port = sim.StartTcp(0);
+    const int fd = ConnectTcp(port);
+    ASSERT_GE(fd, 0);
+    ASSERT_TRUE(WriteAll(fd, Bytes(kSerialRequest.begin(), kSerialRequest.begin() + 4)));
+    ::usleep(150 * 1000);
+    ASSERT_TRUE(WriteAll(fd, Bytes(kSerialRequest.begin() + 4, kSerialRequest.end())));
+    EXPECT_TRUE(ReadAnswer(fd, 1, 200).empty());
+    // Without the pause the pieces make a request.
+    ASSERT_TRUE(WriteAll(fd, Bytes(kSerialRequest.begin(), kSerialRequest.begin() + 4)));
+    ASSERT_TRUE(WriteAll(fd, Bytes(kSerialRequest.begin() + 4, kSerialRequest.end())));
+    EXPECT_EQ(Joined(ReadAnswer(fd, kSerialAnswer.size(), 1000)), kSerialAnswer);
+    ::close(fd);
+}
