@@ -296,7 +296,11 @@ Reply LineEngine::FeedModemCommand(const uint8_t* data, size_t size)
         immediate.clear();
         reply.chunks.insert(reply.chunks.end(), answer.chunks.begin(), answer.chunks.end());
         if (connected_)
-            break; // bytes behind the dial command belong to the data call
+        {
+            // Bytes behind the dial command belong to the data call.
+            input_.assign(data + i + 1, data + size);
+            break;
+        }
     }
     if (!immediate.empty())
         reply.chunks.push_back(Chunk{0, immediate});

@@ -1,6 +1,7 @@
 #include "zentor_sim/simulator.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
