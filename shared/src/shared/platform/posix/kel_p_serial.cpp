@@ -121,7 +121,12 @@ void ForgetState(int aFd)
 bool IsTerminal(intptr_t aPort)
 {
     termios settings{};
-    return aPort >= 0 && aPort <= 0x7FFFFFFF && tcgetattr(static_cast<int>(aPort), &settings) == 0;
+    if (aPort < 0 || aPort > 0x7FFFFFFF)
+    {
+        errno = EBADF;
+        return false;
+    }
+    return tcgetattr(static_cast<int>(aPort), &settings) == 0;
 }
 
 int64_t NowMs()
@@ -197,7 +202,9 @@ uint32_t ReadQueued(int aFd, uint8_t* pBuffer, uint32_t aSize, bool* pDead)
         }
         if (result < 0 && errno == EINTR)
             continue;
-        if (result == 0 || (errno != EAGAIN && errno != EWOULDBLOCK))
+        // A terminal in non-canonical mode with VMIN and VTIME 0 answers 0 when nothing is queued;
+        // a line that is gone answers with an error (EIO once the far end of a pseudo-terminal closed).
+        if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
             *pDead = true;
         break;
     }
@@ -433,7 +440,8 @@ int32_t Kel_P_Serial_GetCommState(Kel_P_Serial_Handle aPort, Kel_P_Serial_DCB* p
     termios settings{};
     if (pDcb == KEL_NULL || !IsTerminal(aPort))
     {
-        errno = pDcb == KEL_NULL ? EINVAL : (errno == 0 ? EBADF : errno);
+        if (pDcb == KEL_NULL)
+            errno = EINVAL;
         return 0;
     }
     const int fd = static_cast<int>(aPort);
@@ -497,10 +505,7 @@ int32_t Kel_P_Serial_SetCommState(Kel_P_Serial_Handle aPort, const Kel_P_Serial_
     }
     termios settings{};
     if (!IsTerminal(aPort))
-    {
-        errno = EBADF;
         return 0;
-    }
     const int fd = static_cast<int>(aPort);
     tcgetattr(fd, &settings);
     settings.c_cflag &= ~(CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
@@ -580,7 +585,8 @@ int32_t Kel_P_Serial_GetCommTimeouts(Kel_P_Serial_Handle aPort, Kel_P_Serial_Com
 {
     if (pCommTimeouts == KEL_NULL || !IsTerminal(aPort))
     {
-        errno = pCommTimeouts == KEL_NULL ? EINVAL : EBADF;
+        if (pCommTimeouts == KEL_NULL)
+            errno = EINVAL;
         return 0;
     }
     std::lock_guard<std::mutex> lock(portStatesLock);
@@ -594,7 +600,8 @@ int32_t Kel_P_Serial_SetCommTimeouts(Kel_P_Serial_Handle aPort,
 {
     if (pCommTimeouts == KEL_NULL || !IsTerminal(aPort))
     {
-        errno = pCommTimeouts == KEL_NULL ? EINVAL : EBADF;
+        if (pCommTimeouts == KEL_NULL)
+            errno = EINVAL;
         return 0;
     }
     std::lock_guard<std::mutex> lock(portStatesLock);
