@@ -8,6 +8,8 @@
 
 #if !defined(_WIN32)
 
+#include "shared/platform/posix/kel_p_serial_termios.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
@@ -576,6 +578,122 @@ TEST(SerialPortList, WithoutALinkFolderNamesDevicesOfTheMachine)
               std::string("--> Kel_Module_Serial::Kel_P_Serial_GetPortNameList (0x00000001)\n\n") +
                   "<-- ReturnError: 0x80020000\n" + At());
     unsetenv("Q310_SERIAL_DIR");
+}
+
+// A pseudo-terminal keeps neither parity nor data bits (nor does wine's view of one), so the mapping
+// of the character format is checked on the termios record itself.
+TEST(SerialCharacterFormat, ParityDataBitsAndStopBitsMapOntoTermiosAndBack)
+{
+    struct Case
+    {
+        uint8_t parity;
+        tcflag_t flags;
+    };
+    const Case parities[] = {{KEL_SERIAL_NOPARITY, 0},
+                             {KEL_SERIAL_ODDPARITY, PARENB | PARODD},
+                             {KEL_SERIAL_EVENPARITY, PARENB},
+                             {KEL_SERIAL_MARKPARITY, PARENB | PARODD | CMSPAR},
+                             {KEL_SERIAL_SPACEPARITY, PARENB | CMSPAR}};
+    const tcflag_t sizes[] = {CS5, CS6, CS7, CS8};
+    for (const Case& parity : parities)
+    {
+        for (uint8_t bits = 5; bits <= 8; ++bits)
+        {
+            for (uint8_t stop : {KEL_SERIAL_ONESTOPBIT, KEL_SERIAL_ONE5STOPBITS, KEL_SERIAL_TWOSTOPBITS})
+            {
+                Kel_P_Serial_DCB dcb{};
+                dcb.ByteSize = bits;
+                dcb.Parity = parity.parity;
+                dcb.fParity = parity.parity != KEL_SERIAL_NOPARITY ? 1 : 0;
+                dcb.StopBits = stop;
+                termios settings{};
+                settings.c_cflag = CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS; // all replaced
+                settings.c_iflag = IXANY;
+                Kel_P_Serial_DcbToTermios(dcb, &settings);
+                EXPECT_EQ(settings.c_cflag & CSIZE, sizes[bits - 5]);
+                EXPECT_EQ(settings.c_cflag & (PARENB | PARODD | CMSPAR), parity.flags);
+                EXPECT_EQ((settings.c_cflag & CSTOPB) != 0, stop != KEL_SERIAL_ONESTOPBIT);
+                EXPECT_EQ(settings.c_cflag & CRTSCTS, 0u);
+                EXPECT_EQ(settings.c_cflag & (CREAD | CLOCAL), static_cast<tcflag_t>(CREAD | CLOCAL));
+                EXPECT_EQ(settings.c_iflag, parity.parity != KEL_SERIAL_NOPARITY ? INPCK : 0u);
+
+                Kel_P_Serial_DCB back{};
+                back.StopBits = stop; // one and a half is known only to the record
+                Kel_P_Serial_TermiosToDcb(settings, &back);
+                EXPECT_EQ(back.ByteSize, bits);
+                EXPECT_EQ(back.Parity, parity.parity);
+                EXPECT_EQ(back.fParity, dcb.fParity);
+                EXPECT_EQ(back.StopBits, stop);
+            }
+        }
+    }
+}
+
+TEST(SerialCharacterFormat, FlowControlFlagsAndCharacters)
+{
+    Kel_P_Serial_DCB dcb{};
+    dcb.ByteSize = 8;
+    dcb.fOutX = 1;
+    dcb.fInX = 0;
+    dcb.XonChar = 0x11;
+    dcb.XoffChar = 0x13;
+    dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_HANDSHAKE;
+    termios settings{};
+    Kel_P_Serial_DcbToTermios(dcb, &settings);
+    EXPECT_EQ(settings.c_iflag & (IXON | IXOFF), static_cast<tcflag_t>(IXON));
+    EXPECT_EQ(settings.c_cc[VSTART], 0x11);
+    EXPECT_EQ(settings.c_cc[VSTOP], 0x13);
+    EXPECT_NE(settings.c_cflag & CRTSCTS, 0u);
+    Kel_P_Serial_DCB back{};
+    Kel_P_Serial_TermiosToDcb(settings, &back);
+    EXPECT_EQ(back.fOutX, 1u);
+    EXPECT_EQ(back.fInX, 0u);
+    EXPECT_EQ(back.fOutxCtsFlow, 1u);
+    EXPECT_EQ(back.fRtsControl, KEL_SERIAL_RTS_CONTROL_HANDSHAKE);
+    // CTS flow control off: a handshaking RTS becomes a plain raised one.
+    settings.c_cflag &= ~CRTSCTS;
+    Kel_P_Serial_TermiosToDcb(settings, &back);
+    EXPECT_EQ(back.fOutxCtsFlow, 0u);
+    EXPECT_EQ(back.fRtsControl, KEL_SERIAL_RTS_CONTROL_ENABLE);
+}
+
+TEST_F(PtyLine, TheSessionsChangeOfTheLineSettingsIsAccepted)
+{
+    // What the session's open does: the host's time-outs, then parity on, DTR and RTS control
+    // disabled, XON/XOFF off with characters and limits 0.
+    const Kel_P_Serial_CommTimeouts host{20, 1, 300, 5, 500};
+    ASSERT_NE(Kel_P_Serial_SetCommTimeouts(mPort.port_fd, &host), 0);
+    ASSERT_NE(Kel_P_Serial_GetCommState(mPort.port_fd, &mPort.dcb), 0);
+    mPort.dcb.BaudRate = 9600;
+    mPort.dcb.ByteSize = 8;
+    mPort.dcb.StopBits = KEL_SERIAL_ONESTOPBIT;
+    mPort.dcb.fParity = 1;
+    mPort.dcb.Parity = KEL_SERIAL_EVENPARITY;
+    mPort.dcb.fOutX = 0;
+    mPort.dcb.fInX = 0;
+    mPort.dcb.fDtrControl = KEL_SERIAL_DTR_CONTROL_DISABLE;
+    mPort.dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_DISABLE;
+    mPort.dcb.XonChar = 0;
+    mPort.dcb.XoffChar = 0;
+    mPort.dcb.XonLim = 0;
+    mPort.dcb.XoffLim = 0;
+    EXPECT_NE(Kel_P_Serial_SetCommState(mPort.port_fd, &mPort.dcb), 0);
+    EXPECT_EQ(Kel_P_Serial_Set_Signal(&mPort, KEL_SERIAL_SIGNAL_DTR), Kel_Good);
+    EXPECT_EQ(Kel_P_Serial_Set_Signal(&mPort, KEL_SERIAL_SIGNAL_RTS), Kel_Good);
+    Kel_P_Serial_CommTimeouts timeouts{};
+    ASSERT_NE(Kel_P_Serial_GetCommTimeouts(mPort.port_fd, &timeouts), 0);
+    EXPECT_EQ(memcmp(&timeouts, &host, sizeof(host)), 0);
+    const Kel_P_Serial_DCB dcb = LineSettings();
+    EXPECT_EQ(dcb.BaudRate, 9600u);
+    EXPECT_EQ(dcb.fParity, 1u);
+    EXPECT_EQ(dcb.fDtrControl, KEL_SERIAL_DTR_CONTROL_DISABLE);
+    EXPECT_EQ(dcb.fRtsControl, KEL_SERIAL_RTS_CONTROL_DISABLE);
+    EXPECT_EQ(dcb.XonChar, 0);
+    // The line carries bytes with those time-outs: 4 asked, 1 x 4 + 300 ms at most.
+    PeerSend({0x01, 0x02, 0x03, 0x04});
+    int64_t elapsed = 0;
+    EXPECT_EQ(TimedRead(4, &elapsed), (Bytes{0x01, 0x02, 0x03, 0x04}));
+    EXPECT_LT(elapsed, 300);
 }
 
 #endif
