@@ -10,6 +10,7 @@
 
 #if !defined(_WIN32)
 #include <stdlib.h>
+#include <unistd.h>
 #endif
 
 namespace
@@ -18,14 +19,25 @@ namespace
 void UseEmptyPortFolder()
 {
 #if !defined(_WIN32)
-    static std::string folder;
-    if (folder.empty())
+    // Made once, removed when the test program ends.
+    struct EmptyFolder
     {
-        char pattern[] = "/tmp/q310-serial-empty-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
-    }
-    SetEnvironment("Q310_SERIAL_DIR", folder);
+        std::string path;
+        EmptyFolder()
+        {
+            char pattern[] = "/tmp/q310-serial-empty-XXXXXX";
+            if (mkdtemp(pattern) != nullptr)
+                path = pattern;
+        }
+        ~EmptyFolder()
+        {
+            if (!path.empty())
+                rmdir(path.c_str());
+        }
+    };
+    static EmptyFolder folder;
+    ASSERT_FALSE(folder.path.empty());
+    SetEnvironment("Q310_SERIAL_DIR", folder.path);
 #endif
 }
 
