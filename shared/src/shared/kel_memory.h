@@ -26,8 +26,8 @@ Kel_StatusCode Kel_Memory_CheckDataSize(Kel_Memory_Context* pMemoryContext, int3
 
 Kel_StatusCode Kel_Memory_ValueToData(const void* pValue, uint32_t aCount, Kel_Memory_Context* pMemory,
                                       uint32_t* pIndex, uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToValue(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                      void* pValue, uint32_t aCount);
+Kel_StatusCode Kel_Memory_DataToValue(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                      uint32_t aByteOrder, void* pValue, uint32_t aCount);
 
 Kel_StatusCode Kel_Memory_UInt8ToData(uint8_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex);
 Kel_StatusCode Kel_Memory_DataToUInt8(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint8_t* pValue);
@@ -35,44 +35,44 @@ Kel_StatusCode Kel_Memory_Int8ToData(int8_t aValue, Kel_Memory_Context* pMemory,
 Kel_StatusCode Kel_Memory_DataToInt8(const Kel_Memory_Context* pMemory, uint32_t* pIndex, int8_t* pValue);
 Kel_StatusCode Kel_Memory_UInt16ToData(uint16_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                        uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToUInt16(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                       uint16_t* pValue);
+Kel_StatusCode Kel_Memory_DataToUInt16(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                       uint32_t aByteOrder, uint16_t* pValue);
 Kel_StatusCode Kel_Memory_Int16ToData(int16_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                       uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToInt16(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                      int16_t* pValue);
+Kel_StatusCode Kel_Memory_DataToInt16(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                      uint32_t aByteOrder, int16_t* pValue);
 Kel_StatusCode Kel_Memory_UInt24ToData(uint32_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                        uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToUInt24(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                       uint32_t* pValue);
+Kel_StatusCode Kel_Memory_DataToUInt24(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                       uint32_t aByteOrder, uint32_t* pValue);
 Kel_StatusCode Kel_Memory_UInt32ToData(uint32_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                        uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToUInt32(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                       uint32_t* pValue);
+Kel_StatusCode Kel_Memory_DataToUInt32(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                       uint32_t aByteOrder, uint32_t* pValue);
 Kel_StatusCode Kel_Memory_Int32ToData(int32_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                       uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToInt32(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                      int32_t* pValue);
+Kel_StatusCode Kel_Memory_DataToInt32(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                      uint32_t aByteOrder, int32_t* pValue);
 Kel_StatusCode Kel_Memory_FloatToData(float aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                       uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToFloat(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                      float* pValue);
+Kel_StatusCode Kel_Memory_DataToFloat(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                      uint32_t aByteOrder, float* pValue);
 Kel_StatusCode Kel_Memory_UInt48ToData(uint64_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                        uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToUInt48(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                       uint64_t* pValue);
+Kel_StatusCode Kel_Memory_DataToUInt48(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                       uint32_t aByteOrder, uint64_t* pValue);
 Kel_StatusCode Kel_Memory_UInt64ToData(uint64_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                        uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToUInt64(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                       uint64_t* pValue);
+Kel_StatusCode Kel_Memory_DataToUInt64(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                       uint32_t aByteOrder, uint64_t* pValue);
 Kel_StatusCode Kel_Memory_Int64ToData(int64_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                       uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToInt64(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                      int64_t* pValue);
+Kel_StatusCode Kel_Memory_DataToInt64(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                      uint32_t aByteOrder, int64_t* pValue);
 Kel_StatusCode Kel_Memory_DoubleToData(double aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex,
                                        uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToDouble(const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aByteOrder,
-                                       double* pValue);
+Kel_StatusCode Kel_Memory_DataToDouble(const Kel_Memory_Context* pMemory, uint32_t* pIndex,
+                                       uint32_t aByteOrder, double* pValue);
 
 Kel_StatusCode Kel_Memory_ArrayToData2(const void* pValue, uint32_t aOffset, uint32_t aArraySize,
                                        Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t aCount);
@@ -91,10 +91,12 @@ Kel_StatusCode Kel_Memory_DataToString(const Kel_Memory_Context* pMemory, uint32
 Kel_StatusCode Kel_Memory_CrcModbusCalc(const uint8_t* data, int32_t aLength, uint16_t* pCrc);
 
 // 8 bytes: year-2000, month, day, hour, minute, second, then milliseconds as 16 bits in aByteOrder.
-Kel_StatusCode Kel_Memory_DateTimeToData(const DateTime* pValue, Kel_Memory_Context* pMemory, uint32_t* pOffset,
-                                         uint32_t aByteOrder);
-Kel_StatusCode Kel_Memory_DataToDateTime(const Kel_Memory_Context* pMemory, uint32_t* pOffset, uint32_t aByteOrder,
-                                         DateTime* pValue);
+Kel_StatusCode Kel_Memory_DateTimeToData(const DateTime* pValue, Kel_Memory_Context* pMemory,
+                                         uint32_t* pOffset, uint32_t aByteOrder);
+Kel_StatusCode Kel_Memory_DataToDateTime(const Kel_Memory_Context* pMemory, uint32_t* pOffset,
+                                         uint32_t aByteOrder, DateTime* pValue);
 // 6 bytes: the same without the milliseconds.
-Kel_StatusCode Kel_Memory_DateTimeToData2(const DateTime* pValue, Kel_Memory_Context* pMemory, uint32_t* pOffset);
-Kel_StatusCode Kel_Memory_DataToDateTime2(const Kel_Memory_Context* pMemory, uint32_t* pOffset, DateTime* pValue);
+Kel_StatusCode Kel_Memory_DateTimeToData2(const DateTime* pValue, Kel_Memory_Context* pMemory,
+                                          uint32_t* pOffset);
+Kel_StatusCode Kel_Memory_DataToDateTime2(const Kel_Memory_Context* pMemory, uint32_t* pOffset,
+                                          DateTime* pValue);
