@@ -79,4 +79,7 @@ private:
 };
 
 // ", File=<serial source>, Line=#" as error lines end.
-inline std::string At() { return std::string(", File=") + kSerialTraceFile + ", Line=#\n"; }
+inline std::string At()
+{
+    return std::string(", File=") + kSerialTraceFile + ", Line=#\n";
+}

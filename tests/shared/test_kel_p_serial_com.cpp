@@ -210,8 +210,17 @@ protected:
 TEST_F(EchoPort, TheEchoComesBackByteForByte)
 {
     const Bytes request = {0x00, 0x01, 0x0D, 0x0A, 0x11, 0x13, 0x7F, 0x80, 0xFF, 0x1B, 0x03, 0x04};
+    TraceCapture trace;
     Send(request);
     EXPECT_EQ(Receive(request.size()), request);
+    const std::string text = trace.Text();
+    EXPECT_EQ(text.rfind("--> Kel_Module_Serial::Kel_P_Serial_Write (0x00000001)\n\n"
+                         "Write:[12] 00 01 0D 0A 11 13 7F 80 FF 1B 03 04 \n"
+                         "<-- \"Kel_P_Serial_Write\" = 0x00000000 (GOOD).\n\n",
+                         0),
+              0u)
+        << text;
+    EXPECT_NE(text.find("\nRead:["), std::string::npos) << text;
     // Nothing more follows.
     uint8_t extra[8];
     uint32_t received = 9;
