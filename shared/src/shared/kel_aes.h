@@ -20,8 +20,10 @@ void kel_aes_ctx_set_iv(kel_aes_ctx* ctx, const uint8_t* iv);
 void kel_aes_ecb_encrypt(const kel_aes_ctx* ctx, uint8_t* block);
 void kel_aes_ecb_decrypt(const kel_aes_ctx* ctx, uint8_t* block);
 // CBC over whole 16-byte blocks until at least length bytes are done; the context keeps the last
-// ciphertext block as chaining value.
+// ciphertext block as chaining value. A tail shorter than 16 bytes is processed as a whole block, so
+// the buffer must hold length rounded up to a multiple of 16.
 void kel_aes_cbc_encrypt_buffer(kel_aes_ctx* ctx, uint8_t* buffer, uint32_t length);
 void kel_aes_cbc_decrypt_buffer(kel_aes_ctx* ctx, uint8_t* buffer, uint32_t length);
-// CTR: the 16-byte counter is a big-endian number incremented after each block.
+// CTR: the 16-byte counter is a big-endian number incremented after each block. Only length bytes
+// are touched; a partial last block still uses up one counter value.
 void kel_aes_ctr_xcrypt_buffer(kel_aes_ctx* ctx, uint8_t* buffer, uint32_t length);

@@ -48,9 +48,11 @@ bool IsModuleErrorsOnly(uint32_t aModule)
 {
     switch (aModule)
     {
+        // clang-format off
         case 2: case 3: case 4: case 5: case 7: case 8: case 10: case 11: case 12: case 13: case 14:
         case 16: case 17: case 19: case 21: case 22: case 24: case 26:
         case 258: case 259: case 260: case 261: case 518: case 519: case 520:
+            // clang-format on
             return true;
         default:
             return false;
@@ -64,7 +66,8 @@ void Append(size_t& rLength, const char* pFormat, ...)
         return;
     va_list arguments;
     va_start(arguments, pFormat);
-    const int written = vsnprintf(log_message + rLength, KEL_TRACE_LINE_SIZE + 1 - rLength, pFormat, arguments);
+    const int written =
+        vsnprintf(log_message + rLength, KEL_TRACE_LINE_SIZE + 1 - rLength, pFormat, arguments);
     va_end(arguments);
     if (written > 0)
         rLength += static_cast<size_t>(written);
@@ -88,8 +91,7 @@ void WriteToFile(TraceFile& rFile, const char* pLine)
     if (rFile.file == KEL_NULL)
         return;
     fputs(pLine, rFile.file);
-    const long position = ftell(rFile.file);
-    if (position >= 0 && position < log_size / 2)
+    if (ftell(rFile.file) < log_size / 2)
         return;
     CloseFile(rFile);
     remove(rFile.nameOld);
@@ -98,6 +100,8 @@ void WriteToFile(TraceFile& rFile, const char* pLine)
     rFile.file = fopen(rFile.name, "a");
 }
 
+// The finished line is written as it is (fputs), not handed to a printf-style call a second time, so a
+// '%' that a message carries (a dumped string, a host text) comes out unchanged and no line is lost.
 void WriteLine(uint32_t aLevel, const char* pLine)
 {
     if (aLevel <= KEL_TRACE_LEVEL_NOTICE)
@@ -147,15 +151,19 @@ void OpenFile(TraceFile& rFile, const char* pFileName)
     snprintf(rFile.name, sizeof(rFile.name), "%s", pFileName);
     const char* dot = strrchr(rFile.name, '.');
     if (dot != KEL_NULL)
-        snprintf(rFile.nameOld, sizeof(rFile.nameOld), "%.*s_old%s", static_cast<int>(dot - rFile.name), rFile.name,
-                 dot);
+        snprintf(rFile.nameOld, sizeof(rFile.nameOld), "%.*s_old%s", static_cast<int>(dot - rFile.name),
+                 rFile.name, dot);
     else
         snprintf(rFile.nameOld, sizeof(rFile.nameOld), "%s_old", rFile.name);
 
+    // The flush thread is started once per process (a start the system refused is tried again at the
+    // next enable). It ends at the first Finalize and, log_flash staying 1, is not started again: later
+    // sessions run without it.
     if (log_flash == 0)
     {
-        log_flash = 1;
-        if (!Kel_P_Thread_Start(FlushThread, KEL_NULL))
+        if (Kel_P_Thread_Start(FlushThread, KEL_NULL))
+            log_flash = 1;
+        else
             perror("enable_log_file, CreateThread");
     }
     rFile.file = fopen(rFile.name, "a");
@@ -230,7 +238,8 @@ Kel_StatusCode Kel_P_Trace_Imp(uint32_t aModule, uint32_t aLevel, const void* pD
         Append(length, "[%d] ", static_cast<int>(aDataSize));
         for (uint32_t i = 0; i < aDataSize && length < KEL_TRACE_LINE_SIZE; ++i)
         {
-            if (aDataSize > KEL_TRACE_DUMP_ALL_LIMIT && i >= KEL_TRACE_DUMP_EDGE && i < aDataSize - KEL_TRACE_DUMP_EDGE)
+            if (aDataSize > KEL_TRACE_DUMP_ALL_LIMIT && i >= KEL_TRACE_DUMP_EDGE &&
+                i < aDataSize - KEL_TRACE_DUMP_EDGE)
             {
                 if (i == KEL_TRACE_DUMP_EDGE)
                     Append(length, "... ");
@@ -281,11 +290,13 @@ Kel_StatusCode Kel_P_Trace_Console_Disable()
 Kel_StatusCode Kel_P_Trace_File_Enable(const char* pFileName)
 {
     KEL_ENTER(Kel_Module_Trace);
-    KEL_EXIT_STATUS(UnderLock(kelScope, [pFileName] {
-        CloseFile(log_file);
-        if (pFileName != KEL_NULL && pFileName[0] != '\0')
-            OpenFile(log_file, pFileName);
-    }));
+    KEL_EXIT_STATUS(UnderLock(kelScope,
+                              [pFileName]
+                              {
+                                  CloseFile(log_file);
+                                  if (pFileName != KEL_NULL && pFileName[0] != '\0')
+                                      OpenFile(log_file, pFileName);
+                              }));
 }
 
 Kel_StatusCode Kel_P_Trace_File_Disable()
@@ -297,11 +308,13 @@ Kel_StatusCode Kel_P_Trace_File_Disable()
 Kel_StatusCode Kel_P_Trace_File_Errors_Enable(const char* pFileName)
 {
     KEL_ENTER(Kel_Module_Trace);
-    KEL_EXIT_STATUS(UnderLock(kelScope, [pFileName] {
-        CloseFile(log_file_errors);
-        if (pFileName != KEL_NULL && pFileName[0] != '\0')
-            OpenFile(log_file_errors, pFileName);
-    }));
+    KEL_EXIT_STATUS(UnderLock(kelScope,
+                              [pFileName]
+                              {
+                                  CloseFile(log_file_errors);
+                                  if (pFileName != KEL_NULL && pFileName[0] != '\0')
+                                      OpenFile(log_file_errors, pFileName);
+                              }));
 }
 
 Kel_StatusCode Kel_P_Trace_File_Errors_Disable()

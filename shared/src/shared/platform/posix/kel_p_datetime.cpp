@@ -1,0 +1,68 @@
+// The clock on POSIX: the C library's local and UTC conversions, and the setting of the system clock.
+// The rest of the clock is common to both platforms (platform/kel_p_datetime.cpp).
+#define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_datetime"
+#include "shared/platform/kel_p_datetime.h"
+
+#include "shared/kel_trace.h"
+#include "shared/platform/kel_p_datetime_os.h"
+
+#include <time.h>
+
+const char Kel_P_DateTime_TraceFile[] = KEL_TRACE_FILE;
+
+bool Kel_P_DateTime_LocalSeconds(const tm* pFields, int64_t* pSeconds)
+{
+    tm fields = *pFields;
+    const time_t converted = mktime(&fields);
+    if (converted == static_cast<time_t>(-1))
+    {
+        // mktime's failure value is also the instant 1969-12-31 23:59:59 UTC: take it only when that
+        // instant reads back as the fields asked for.
+        tm check{};
+        if (localtime_r(&converted, &check) == nullptr || check.tm_year != pFields->tm_year ||
+            check.tm_mon != pFields->tm_mon || check.tm_mday != pFields->tm_mday ||
+            check.tm_hour != pFields->tm_hour || check.tm_min != pFields->tm_min ||
+            check.tm_sec != pFields->tm_sec)
+            return false;
+    }
+    *pSeconds = static_cast<int64_t>(converted);
+    return true;
+}
+
+tm* Kel_P_DateTime_LocalFields(int64_t aSeconds, tm* pFields)
+{
+    const time_t seconds = static_cast<time_t>(aSeconds);
+    return localtime_r(&seconds, pFields);
+}
+
+tm* Kel_P_DateTime_UtcFields(int64_t aSeconds, tm* pFields)
+{
+    const time_t seconds = static_cast<time_t>(aSeconds);
+    return gmtime_r(&seconds, pFields);
+}
+
+// Sets the system clock from the record's local calendar fields, handed to the clock as UTC fields
+// unchanged, as the Windows build's SetSystemTime call does.
+Kel_StatusCode Kel_P_DateTime_SetOSDateTime(const DateTime* pDateTime)
+{
+    KEL_ENTER(Kel_Module_DateTime);
+    KEL_REJECT_NULL(pDateTime);
+    Kel_StatusCode status = Kel_Good;
+    uint16_t year = 0;
+    uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    uint16_t millisecond = 0;
+    KEL_GOTO_IF_BAD(
+        status, Kel_P_DateTime_Decode(pDateTime, &year, &month, &day, &hour, &minute, &second, &millisecond));
+    tm fields{};
+    fields.tm_year = year - 1900;
+    fields.tm_mon = month - 1;
+    fields.tm_mday = day;
+    fields.tm_hour = hour;
+    fields.tm_min = minute;
+    fields.tm_sec = second;
+    timespec systemTime{};
+    systemTime.tv_sec = timegm(&fields);
+    systemTime.tv_nsec = static_cast<long>(millisecond) * 1000000L;
+    KEL_GOTO_IF_EXPR((clock_settime(CLOCK_REALTIME, &systemTime) != 0));
+    KEL_EXIT(status);
+}

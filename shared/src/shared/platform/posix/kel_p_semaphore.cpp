@@ -1,0 +1,188 @@
+// Named counting semaphores over POSIX named semaphores (sem_open).
+//
+// Naming: the system name is "/" followed by the given name with every '/' and '\' replaced by '_',
+// cut to NAME_MAX - 4 characters (the C library keeps its own "sem." prefix within NAME_MAX). So
+// "COM3" becomes "/COM3" and "/dev/ttyUSB0" becomes "/_dev_ttyUSB0"; every context on one name, in
+// any process of the machine, shares one semaphore, as on Windows.
+//
+// Differences from the Windows objects, kept small on purpose:
+// - The system keeps no maximum count. A context that created the semaphore knows it and refuses an
+//   unlock that would pass it; a context that only opened the semaphore does not know it and releases
+//   without that test.
+// - Delete by the creating context removes the name at once (sem_unlink): contexts that still hold
+//   the semaphore keep using it, but a later create makes a new one. A process that ends without
+//   Delete leaves the name (and its count) behind, and the next create on that name opens it.
+#define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_semaphore"
+#include "shared/platform/kel_p_semaphore.h"
+
+#include "shared/kel_trace.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <semaphore.h>
+#include <stdio.h>
+#include <string.h>
+#include <time.h>
+
+namespace
+{
+constexpr size_t KEL_SEMAPHORE_SYSTEM_NAME_LENGTH = NAME_MAX - 4;
+
+struct SystemName
+{
+    char text[KEL_SEMAPHORE_SYSTEM_NAME_LENGTH + 2];
+};
+
+SystemName MakeSystemName(const char* pName)
+{
+    SystemName name{};
+    name.text[0] = '/';
+    size_t length = 1;
+    for (const char* c = pName; *c != '\0' && length <= KEL_SEMAPHORE_SYSTEM_NAME_LENGTH; ++c)
+        name.text[length++] = (*c == '/' || *c == '\\') ? '_' : *c;
+    name.text[length] = '\0';
+    return name;
+}
+} // namespace
+
+// A failed system call: "--- GotoError: Expr (...) is true!" and the failure exit with the C library's
+// text of its error number.
+#define KEL_SEM_GOTO_IF_EXPR(aCondition)                                                                     \
+    do                                                                                                       \
+    {                                                                                                        \
+        if (aCondition)                                                                                      \
+        {                                                                                                    \
+            const int kelError_ = errno;                                                                     \
+            Kel_Trace_GotoExpr(kelScope, __LINE__, #aCondition);                                             \
+            return Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_BadInternalError, strerror(kelError_));    \
+        }                                                                                                    \
+    } while (0)
+
+Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName,
+                                         int32_t aInitialCount, int32_t aMaxCount)
+{
+    KEL_ENTER(Kel_Module_Semaphore);
+    KEL_REJECT_NULL(pSemaphoreContext);
+    KEL_REJECT_NULL(pName);
+    KEL_REJECT_ZERO(aMaxCount);
+    KEL_REJECT_IF(aMaxCount < aInitialCount, Kel_BadInvalidArgument);
+    KEL_REJECT_IF(aMaxCount < 0, Kel_BadInvalidArgument);
+    *pSemaphoreContext = Kel_P_Semaphore_Context{};
+    // The name is stored as it is given; a '%' in it is not taken as a conversion.
+    snprintf(pSemaphoreContext->name, sizeof(pSemaphoreContext->name), "%s", pName);
+    pSemaphoreContext->maxCount = aMaxCount;
+    pSemaphoreContext->initialCount = aInitialCount;
+    const SystemName name = MakeSystemName(pSemaphoreContext->name);
+    // A negative initial count becomes a value beyond SEM_VALUE_MAX, which sem_open refuses.
+    sem_t* handle = sem_open(name.text, O_CREAT | O_EXCL, 0666, static_cast<unsigned>(aInitialCount));
+    // The name was taken already: say so with a failure, so that the caller opens it as an existing one.
+    if (handle == SEM_FAILED && errno == EEXIST)
+    {
+        Kel_Trace_GotoExpr(kelScope, __LINE__, "(errno == EEXIST)");
+        KEL_EXIT_BAD(Kel_BadInvalidState);
+    }
+    KEL_SEM_GOTO_IF_EXPR((handle == SEM_FAILED));
+    pSemaphoreContext->handle = handle;
+    pSemaphoreContext->created = 1;
+    KEL_EXIT(Kel_Good);
+}
+
+Kel_StatusCode Kel_P_Semaphore_OpenImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName)
+{
+    KEL_ENTER(Kel_Module_Semaphore);
+    KEL_REJECT_NULL(pSemaphoreContext);
+    KEL_REJECT_NULL(pName);
+    *pSemaphoreContext = Kel_P_Semaphore_Context{};
+    snprintf(pSemaphoreContext->name, sizeof(pSemaphoreContext->name), "%s", pName);
+    const SystemName name = MakeSystemName(pSemaphoreContext->name);
+    sem_t* handle = sem_open(name.text, 0);
+    KEL_SEM_GOTO_IF_EXPR((handle == SEM_FAILED));
+    pSemaphoreContext->handle = handle;
+    KEL_EXIT(Kel_Good);
+}
+
+Kel_StatusCode Kel_P_Semaphore_LockImp(Kel_P_Semaphore_Context* pSemaphoreContext)
+{
+    KEL_ENTER(Kel_Module_Semaphore);
+    KEL_REJECT_NULL(pSemaphoreContext);
+    sem_t* handle = static_cast<sem_t*>(pSemaphoreContext->handle);
+    errno = EINVAL;
+    int result = -1;
+    if (handle != KEL_NULL)
+    {
+        do
+            result = sem_wait(handle);
+        while (result != 0 && errno == EINTR);
+    }
+    KEL_SEM_GOTO_IF_EXPR((result != 0));
+    KEL_EXIT(Kel_Good);
+}
+
+// The wait runs against the monotonic clock (sem_clockwait), so that a change of the system's date
+// neither shortens nor stretches it; a signal does not end it early.
+Kel_StatusCode Kel_P_Semaphore_LockTimeoutImp(Kel_P_Semaphore_Context* pSemaphoreContext,
+                                              uint32_t aMilliseconds)
+{
+    KEL_ENTER(Kel_Module_Semaphore);
+    KEL_REJECT_NULL(pSemaphoreContext);
+    sem_t* handle = static_cast<sem_t*>(pSemaphoreContext->handle);
+    timespec deadline{};
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += static_cast<time_t>(aMilliseconds / 1000);
+    deadline.tv_nsec += static_cast<long>(aMilliseconds % 1000) * 1000000L;
+    if (deadline.tv_nsec >= 1000000000L)
+    {
+        deadline.tv_sec += 1;
+        deadline.tv_nsec -= 1000000000L;
+    }
+    errno = EINVAL;
+    int result = -1;
+    if (handle != KEL_NULL)
+    {
+        do
+            result = sem_clockwait(handle, CLOCK_MONOTONIC, &deadline);
+        while (result != 0 && errno == EINTR);
+    }
+    if (result != 0 && errno == ETIMEDOUT)
+    {
+        Kel_Trace_GotoExpr(kelScope, __LINE__, "(errno == ETIMEDOUT)");
+        KEL_EXIT_BAD(Kel_BadTimeout);
+    }
+    KEL_SEM_GOTO_IF_EXPR((result != 0));
+    KEL_EXIT(Kel_Good);
+}
+
+Kel_StatusCode Kel_P_Semaphore_UnlockImp(Kel_P_Semaphore_Context* pSemaphoreContext)
+{
+    KEL_ENTER(Kel_Module_Semaphore);
+    KEL_REJECT_NULL(pSemaphoreContext);
+    sem_t* handle = static_cast<sem_t*>(pSemaphoreContext->handle);
+    errno = EINVAL;
+    KEL_SEM_GOTO_IF_EXPR((handle == KEL_NULL));
+    int value = 0;
+    if (pSemaphoreContext->maxCount > 0)
+    {
+        KEL_SEM_GOTO_IF_EXPR((sem_getvalue(handle, &value) != 0));
+        errno = EOVERFLOW;
+        KEL_SEM_GOTO_IF_EXPR((value >= pSemaphoreContext->maxCount));
+    }
+    KEL_SEM_GOTO_IF_EXPR((sem_post(handle) != 0));
+    KEL_EXIT(Kel_Good);
+}
+
+Kel_StatusCode Kel_P_Semaphore_DeleteImp(Kel_P_Semaphore_Context* pSemaphoreContext)
+{
+    KEL_ENTER(Kel_Module_Semaphore);
+    KEL_REJECT_NULL(pSemaphoreContext);
+    sem_t* handle = static_cast<sem_t*>(pSemaphoreContext->handle);
+    const uint32_t created = pSemaphoreContext->created;
+    const SystemName name = MakeSystemName(pSemaphoreContext->name);
+    *pSemaphoreContext = Kel_P_Semaphore_Context{};
+    if (handle == KEL_NULL)
+        KEL_EXIT(Kel_Good);
+    KEL_SEM_GOTO_IF_EXPR((sem_close(handle) != 0));
+    if (created == 1)
+        KEL_SEM_GOTO_IF_EXPR((sem_unlink(name.text) != 0));
+    KEL_EXIT(Kel_Good);
+}
