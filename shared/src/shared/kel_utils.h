@@ -3,7 +3,7 @@
 // (password encryption, MD5 digest, the compression entry points).
 //
 // The implementation is split by theme: kel_utils.cpp (dates, texts, numbers, sorting, timer),
-// kel_utils_locks.cpp (lock and watchdog helpers), kel_utils_protection.cpp (data protection).
+// kel_utils_locks.cpp (the lock), kel_utils_protection.cpp (data protection).
 #pragma once
 
 #include "shared/kel_types.h"
