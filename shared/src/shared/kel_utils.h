@@ -2,7 +2,7 @@
 // sorting, the periodic timer test, the utilities lock, the watchdog helpers and data protection
 // (password encryption, MD5 digest, the compression entry points).
 //
-// The implementation is split by theme: kel_utils.cpp (dates, texts, numbers, sorting, timer),
+// The implementation is split by theme: kel_utils.cpp (dates, texts, numbers, sorting, timer, watchdog),
 // kel_utils_locks.cpp (the lock), kel_utils_protection.cpp (data protection).
 #pragma once
 
