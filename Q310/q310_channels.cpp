@@ -283,6 +283,8 @@ Kel_StatusCode Kel_P_Serial_EchoGSM_Write(Kel_P_Serial_Context* pSerialContext, 
     KEL_REJECT_NULL(pWritten);
     if (!CopyRequest(pBuffer, aSize))
         return Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_Bad, strerror(errno));
+    // A write the port refuses is passed up; otherwise the whole request counts as written (the echo
+    // read shows whether it really went out).
     uint32_t written = 0;
     Kel_StatusCode status = Kel_Good;
     KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pSerialContext, SendBuffer, aSize, aTimeout, &written));
@@ -341,6 +343,7 @@ Kel_StatusCode Kel_P_Serial_GatewayGSM_Write(Kel_P_Serial_Context* pSerialContex
     const uint32_t packetSize = aSize + Q310_GATEWAY_OVERHEAD;
     KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, SendBuffer, packetSize,
                    "Kel_P_Serial_GatewayGSM_Write, Timeout=%d Data=", static_cast<int>(aTimeout));
+    // A write the port refuses is passed up; a packet that went out counts as the request written.
     uint32_t written = 0;
     KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pSerialContext, SendBuffer, packetSize, aTimeout, &written));
     *pWritten = aSize;

@@ -186,16 +186,16 @@ TEST(Tcp, RoundTripThroughOwnListener)
     // A read asks for at most its size; the rest stays for the next read.
     const uint8_t answer[] = {0x10, 0x20, 0x30, 0x40, 0x50};
     ASSERT_EQ(Kel_P_Tcp_Write(&connection.accepted, answer, sizeof(answer)), Kel_Good);
-    uint8_t part[16] = {};
-    ASSERT_EQ(Kel_P_Tcp_Read(&connection.client, 1000, part, 2, &count), Kel_Good);
+    uint8_t piece[16] = {};
+    ASSERT_EQ(Kel_P_Tcp_Read(&connection.client, 1000, piece, 2, &count), Kel_Good);
     ASSERT_EQ(count, 2u);
-    EXPECT_EQ(part[0], 0x10);
-    EXPECT_EQ(part[1], 0x20);
-    EXPECT_EQ(part[2], 0x00);
-    ASSERT_EQ(Kel_P_Tcp_Read(&connection.client, 1000, part, sizeof(part), &count), Kel_Good);
+    EXPECT_EQ(piece[0], 0x10);
+    EXPECT_EQ(piece[1], 0x20);
+    EXPECT_EQ(piece[2], 0x00);
+    ASSERT_EQ(Kel_P_Tcp_Read(&connection.client, 1000, piece, sizeof(piece), &count), Kel_Good);
     ASSERT_EQ(count, 3u);
-    EXPECT_EQ(part[0], 0x30);
-    EXPECT_EQ(part[2], 0x50);
+    EXPECT_EQ(piece[0], 0x30);
+    EXPECT_EQ(piece[2], 0x50);
 }
 
 TEST(Tcp, ReadTimeOutIsGoodWithNothing)

@@ -275,3 +275,58 @@ TEST(Utils, IsTimerFiresAfterThePeriod)
     EXPECT_EQ(fired, 1);
     EXPECT_GE(Kel_P_Stopwatch_GetTick() - start, 30u);
 }
+
+TEST(Utils, WatchdogHelpersOverAPlatformWithoutWatchdog)
+{
+#if defined(_WIN32)
+    const std::string watchdogFile = "shared/src/shared/platform/windows/kel_p_watchdog";
+#else
+    const std::string watchdogFile = "shared/src/shared/platform/posix/kel_p_watchdog";
+#endif
+    const std::string notImplemented = "<-- ReturnError: 0x80400000, File=" + watchdogFile + ", Line=N";
+    Kel_Utils_Watchdog_Context watchdog{};
+    memset(&watchdog, 0x5A, sizeof(watchdog));
+    {
+        TraceCapture trace;
+        EXPECT_EQ(Kel_Utils_StartWatchdog(&watchdog, 5000, 1), Kel_BadNotImplemented);
+        EXPECT_EQ(trace.Lines(), (std::vector<std::string>{
+                                     notImplemented,
+                                     ErrorLine("--- GotoError: Bad statuscode 0x80400000"),
+                                     ErrorLine("<-- \"Kel_Utils_StartWatchdog\" = 0x80400000 (BAD)."),
+                                 }));
+    }
+    // The record was zeroed and its stopwatch reset before the platform refused.
+    const Kel_Utils_Watchdog_Context zero{};
+    EXPECT_EQ(memcmp(&watchdog, &zero, sizeof(watchdog)), 0);
+
+    // The first reset refreshes at once; the next one within the second does not reach the platform.
+    {
+        TraceCapture trace;
+        EXPECT_EQ(Kel_Utils_ResetWatchdog(&watchdog), Kel_BadNotImplemented);
+        EXPECT_EQ(watchdog.stopwatch.running, 1u);
+        EXPECT_EQ(Kel_Utils_ResetWatchdog(&watchdog), Kel_Good);
+        EXPECT_EQ(Kel_Utils_StopWatchdog(&watchdog), Kel_BadNotImplemented);
+        EXPECT_EQ(trace.Lines(), (std::vector<std::string>{
+                                     notImplemented,
+                                     ErrorLine("--- GotoError: Bad statuscode 0x80400000"),
+                                     ErrorLine("<-- \"Kel_Utils_ResetWatchdog\" = 0x80400000 (BAD)."),
+                                     notImplemented,
+                                     ErrorLine("--- GotoError: Bad statuscode 0x80400000"),
+                                     ErrorLine("<-- \"Kel_Utils_StopWatchdog\" = 0x80400000 (BAD)."),
+                                 }));
+    }
+
+    TraceCapture trace;
+    EXPECT_EQ(Kel_Utils_StartWatchdog(nullptr, 5000, 1), Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_Utils_StartWatchdog(&watchdog, 0, 1), Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_Utils_StartWatchdog(&watchdog, 5000, 0), Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_Utils_ResetWatchdog(nullptr), Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_Utils_StopWatchdog(nullptr), Kel_BadInvalidArgument);
+    EXPECT_EQ(trace.Lines(), (std::vector<std::string>{
+                                 ErrorLine("<-- ReturnError: Arg pWatchdog is NULL!"),
+                                 ErrorLine("<-- ReturnError: Argument aTimeout is 0!"),
+                                 ErrorLine("<-- ReturnError: Argument aFlags is 0!"),
+                                 ErrorLine("<-- ReturnError: Arg pWatchdog is NULL!"),
+                                 ErrorLine("<-- ReturnError: Arg pWatchdog is NULL!"),
+                             }));
+}

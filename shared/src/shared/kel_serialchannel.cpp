@@ -85,8 +85,8 @@ Kel_StatusCode Kel_SerialChannel_Write(Kel_SerialChannel_Context* pSerialChannel
     Kel_StatusCode status = Kel_Good;
     KEL_GOTO_IF_BAD(status, pSerialChannelContext->pWrite(pSerialChannelContext->pContext, pBuffer, aSize,
                                                           aTimeout, pWritten));
-    const Kel_StatusCode restart = Kel_P_Stopwatch_Restart(&pSerialChannelContext->writeStopwatch);
-    KEL_GOTO_IF_BAD(status, restart);
+    Kel_StatusCode restart = Kel_Good;
+    KEL_GOTO_IF_BAD(restart, Kel_P_Stopwatch_Restart(&pSerialChannelContext->writeStopwatch));
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Kel_SerialChannel_Write - OK, Written=%d",
               pWritten != KEL_NULL ? static_cast<int>(*pWritten) : 0);
     KEL_EXIT(status);

@@ -1,5 +1,5 @@
 // Utilities: calendar helpers over DateTime (local calendar fields in and out), Unix and ISO times,
-// text forms, numeric and bit helpers, sorting and the periodic timer test.
+// text forms, numeric and bit helpers, sorting, the periodic timer test and the watchdog helpers.
 #define KEL_TRACE_FILE "shared/src/shared/kel_utils"
 #include "shared/kel_utils.h"
 
@@ -463,5 +463,46 @@ Kel_StatusCode Kel_Utils_IsTimer(Kel_P_Stopwatch_Context* pStopwatch, uint32_t a
     else
         KEL_GOTO_IF_BAD(status, Kel_P_Stopwatch_Reset(pStopwatch));
     *pIsTimer = 1;
+    KEL_EXIT(status);
+}
+
+// ---- Watchdog helpers ----
+// No platform of this library provides a watchdog, so starting one fails with Kel_BadNotImplemented.
+
+Kel_StatusCode Kel_Utils_StartWatchdog(Kel_Utils_Watchdog_Context* pWatchdog, uint32_t aTimeout,
+                                       uint32_t aFlags)
+{
+    KEL_ENTER(Kel_Module_Utils);
+    KEL_REJECT_NULL(pWatchdog);
+    KEL_REJECT_ZERO(aTimeout);
+    KEL_REJECT_ZERO(aFlags);
+    *pWatchdog = Kel_Utils_Watchdog_Context{};
+    Kel_StatusCode status = Kel_Good;
+    KEL_GOTO_IF_BAD(status, Kel_P_Stopwatch_Reset(&pWatchdog->stopwatch));
+    KEL_GOTO_IF_BAD(status, Kel_P_WatchDog_Create(&pWatchdog->watchdog, aTimeout, aFlags));
+    KEL_GOTO_IF_BAD(status, Kel_P_WatchDog_Start(&pWatchdog->watchdog));
+    KEL_EXIT(status);
+}
+
+// Refreshes the watchdog at most once a second: the first call refreshes at once and starts timing.
+Kel_StatusCode Kel_Utils_ResetWatchdog(Kel_Utils_Watchdog_Context* pWatchdog)
+{
+    KEL_ENTER(Kel_Module_Utils);
+    KEL_REJECT_NULL(pWatchdog);
+    Kel_StatusCode status = Kel_Good;
+    uint32_t isTimer = 0;
+    KEL_GOTO_IF_BAD(status, Kel_Utils_IsTimer(&pWatchdog->stopwatch, 1000, 0, 1, 1, &isTimer));
+    if (isTimer != 0)
+        KEL_GOTO_IF_BAD(status, Kel_P_WatchDog_Refresh(&pWatchdog->watchdog));
+    KEL_EXIT(status);
+}
+
+Kel_StatusCode Kel_Utils_StopWatchdog(Kel_Utils_Watchdog_Context* pWatchdog)
+{
+    KEL_ENTER(Kel_Module_Utils);
+    KEL_REJECT_NULL(pWatchdog);
+    Kel_StatusCode status = Kel_Good;
+    KEL_GOTO_IF_BAD(status, Kel_P_WatchDog_Stop(&pWatchdog->watchdog));
+    KEL_GOTO_IF_BAD(status, Kel_P_WatchDog_Close(&pWatchdog->watchdog));
     KEL_EXIT(status);
 }

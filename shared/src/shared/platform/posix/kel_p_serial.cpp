@@ -26,6 +26,7 @@
 //   without the unused 8250 slots (type 0), as absolute /dev paths in natural order. It stops at 20.
 #define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_serial"
 #include "shared/platform/kel_p_serial.h"
+#include "shared/platform/posix/kel_p_serial_termios.h"
 
 #include "shared/kel_trace.h"
 #include "shared/platform/kel_p_thread.h"
@@ -121,7 +122,12 @@ void ForgetState(int aFd)
 bool IsTerminal(intptr_t aPort)
 {
     termios settings{};
-    return aPort >= 0 && aPort <= 0x7FFFFFFF && tcgetattr(static_cast<int>(aPort), &settings) == 0;
+    if (aPort < 0 || aPort > 0x7FFFFFFF)
+    {
+        errno = EBADF;
+        return false;
+    }
+    return tcgetattr(static_cast<int>(aPort), &settings) == 0;
 }
 
 int64_t NowMs()
@@ -197,7 +203,9 @@ uint32_t ReadQueued(int aFd, uint8_t* pBuffer, uint32_t aSize, bool* pDead)
         }
         if (result < 0 && errno == EINTR)
             continue;
-        if (result == 0 || (errno != EAGAIN && errno != EWOULDBLOCK))
+        // A terminal in non-canonical mode with VMIN and VTIME 0 answers 0 when nothing is queued;
+        // a line that is gone answers with an error (EIO once the far end of a pseudo-terminal closed).
+        if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
             *pDead = true;
         break;
     }
@@ -428,12 +436,91 @@ const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800, 
                                       19200, 38400, 56000, 57600, 115200, 128000, 256000};
 } // namespace
 
+void Kel_P_Serial_TermiosToDcb(const termios& aSettings, Kel_P_Serial_DCB* pDcb)
+{
+    pDcb->fBinary = 1;
+    pDcb->fParity = (aSettings.c_iflag & INPCK) != 0 ? 1 : 0;
+    pDcb->fOutxCtsFlow = (aSettings.c_cflag & CRTSCTS) != 0 ? 1 : 0;
+    if ((aSettings.c_cflag & CRTSCTS) != 0)
+        pDcb->fRtsControl = KEL_SERIAL_RTS_CONTROL_HANDSHAKE;
+    else if (pDcb->fRtsControl == KEL_SERIAL_RTS_CONTROL_HANDSHAKE)
+        pDcb->fRtsControl = KEL_SERIAL_RTS_CONTROL_ENABLE;
+    pDcb->fOutX = (aSettings.c_iflag & IXON) != 0 ? 1 : 0;
+    pDcb->fInX = (aSettings.c_iflag & IXOFF) != 0 ? 1 : 0;
+    switch (aSettings.c_cflag & CSIZE)
+    {
+        case CS5:
+            pDcb->ByteSize = 5;
+            break;
+        case CS6:
+            pDcb->ByteSize = 6;
+            break;
+        case CS7:
+            pDcb->ByteSize = 7;
+            break;
+        default:
+            pDcb->ByteSize = 8;
+            break;
+    }
+    if ((aSettings.c_cflag & PARENB) == 0)
+        pDcb->Parity = KEL_SERIAL_NOPARITY;
+    else if ((aSettings.c_cflag & CMSPAR) != 0)
+        pDcb->Parity = (aSettings.c_cflag & PARODD) != 0 ? KEL_SERIAL_MARKPARITY : KEL_SERIAL_SPACEPARITY;
+    else
+        pDcb->Parity = (aSettings.c_cflag & PARODD) != 0 ? KEL_SERIAL_ODDPARITY : KEL_SERIAL_EVENPARITY;
+    if ((aSettings.c_cflag & CSTOPB) == 0)
+        pDcb->StopBits = KEL_SERIAL_ONESTOPBIT;
+    else if (pDcb->StopBits != KEL_SERIAL_ONE5STOPBITS)
+        pDcb->StopBits = KEL_SERIAL_TWOSTOPBITS;
+    pDcb->XonChar = static_cast<char>(aSettings.c_cc[VSTART]);
+    pDcb->XoffChar = static_cast<char>(aSettings.c_cc[VSTOP]);
+}
+
+void Kel_P_Serial_DcbToTermios(const Kel_P_Serial_DCB& aDcb, termios* pSettings)
+{
+    pSettings->c_cflag &= ~(CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
+    pSettings->c_cflag |= CREAD | CLOCAL;
+    static const tcflag_t sizes[] = {CS5, CS6, CS7, CS8};
+    pSettings->c_cflag |= sizes[aDcb.ByteSize - 5];
+    switch (aDcb.Parity)
+    {
+        case KEL_SERIAL_ODDPARITY:
+            pSettings->c_cflag |= PARENB | PARODD;
+            break;
+        case KEL_SERIAL_EVENPARITY:
+            pSettings->c_cflag |= PARENB;
+            break;
+        case KEL_SERIAL_MARKPARITY:
+            pSettings->c_cflag |= PARENB | CMSPAR | PARODD;
+            break;
+        case KEL_SERIAL_SPACEPARITY:
+            pSettings->c_cflag |= PARENB | CMSPAR;
+            break;
+        default:
+            break;
+    }
+    if (aDcb.StopBits != KEL_SERIAL_ONESTOPBIT)
+        pSettings->c_cflag |= CSTOPB;
+    if (aDcb.fOutxCtsFlow != 0 || aDcb.fRtsControl == KEL_SERIAL_RTS_CONTROL_HANDSHAKE)
+        pSettings->c_cflag |= CRTSCTS;
+    pSettings->c_iflag &= ~(INPCK | IXON | IXOFF | IXANY);
+    if (aDcb.fParity != 0)
+        pSettings->c_iflag |= INPCK;
+    if (aDcb.fOutX != 0)
+        pSettings->c_iflag |= IXON;
+    if (aDcb.fInX != 0)
+        pSettings->c_iflag |= IXOFF;
+    pSettings->c_cc[VSTART] = static_cast<cc_t>(aDcb.XonChar);
+    pSettings->c_cc[VSTOP] = static_cast<cc_t>(aDcb.XoffChar);
+}
+
 int32_t Kel_P_Serial_GetCommState(Kel_P_Serial_Handle aPort, Kel_P_Serial_DCB* pDcb)
 {
     termios settings{};
     if (pDcb == KEL_NULL || !IsTerminal(aPort))
     {
-        errno = pDcb == KEL_NULL ? EINVAL : (errno == 0 ? EBADF : errno);
+        if (pDcb == KEL_NULL)
+            errno = EINVAL;
         return 0;
     }
     const int fd = static_cast<int>(aPort);
@@ -447,42 +534,7 @@ int32_t Kel_P_Serial_GetCommState(Kel_P_Serial_Handle aPort, Kel_P_Serial_DCB* p
     }
     dcb.DCBlength = sizeof(Kel_P_Serial_DCB);
     dcb.BaudRate = ReadSpeed(fd, settings);
-    dcb.fBinary = 1;
-    dcb.fParity = (settings.c_iflag & INPCK) != 0 ? 1 : 0;
-    dcb.fOutxCtsFlow = (settings.c_cflag & CRTSCTS) != 0 ? 1 : 0;
-    if ((settings.c_cflag & CRTSCTS) != 0)
-        dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_HANDSHAKE;
-    else if (dcb.fRtsControl == KEL_SERIAL_RTS_CONTROL_HANDSHAKE)
-        dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_ENABLE;
-    dcb.fOutX = (settings.c_iflag & IXON) != 0 ? 1 : 0;
-    dcb.fInX = (settings.c_iflag & IXOFF) != 0 ? 1 : 0;
-    switch (settings.c_cflag & CSIZE)
-    {
-        case CS5:
-            dcb.ByteSize = 5;
-            break;
-        case CS6:
-            dcb.ByteSize = 6;
-            break;
-        case CS7:
-            dcb.ByteSize = 7;
-            break;
-        default:
-            dcb.ByteSize = 8;
-            break;
-    }
-    if ((settings.c_cflag & PARENB) == 0)
-        dcb.Parity = KEL_SERIAL_NOPARITY;
-    else if ((settings.c_cflag & CMSPAR) != 0)
-        dcb.Parity = (settings.c_cflag & PARODD) != 0 ? KEL_SERIAL_MARKPARITY : KEL_SERIAL_SPACEPARITY;
-    else
-        dcb.Parity = (settings.c_cflag & PARODD) != 0 ? KEL_SERIAL_ODDPARITY : KEL_SERIAL_EVENPARITY;
-    if ((settings.c_cflag & CSTOPB) == 0)
-        dcb.StopBits = KEL_SERIAL_ONESTOPBIT;
-    else if (dcb.StopBits != KEL_SERIAL_ONE5STOPBITS)
-        dcb.StopBits = KEL_SERIAL_TWOSTOPBITS;
-    dcb.XonChar = static_cast<char>(settings.c_cc[VSTART]);
-    dcb.XoffChar = static_cast<char>(settings.c_cc[VSTOP]);
+    Kel_P_Serial_TermiosToDcb(settings, &dcb);
     *pDcb = dcb;
     return 1;
 }
@@ -497,46 +549,10 @@ int32_t Kel_P_Serial_SetCommState(Kel_P_Serial_Handle aPort, const Kel_P_Serial_
     }
     termios settings{};
     if (!IsTerminal(aPort))
-    {
-        errno = EBADF;
         return 0;
-    }
     const int fd = static_cast<int>(aPort);
     tcgetattr(fd, &settings);
-    settings.c_cflag &= ~(CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
-    settings.c_cflag |= CREAD | CLOCAL;
-    static const tcflag_t sizes[] = {CS5, CS6, CS7, CS8};
-    settings.c_cflag |= sizes[pDcb->ByteSize - 5];
-    switch (pDcb->Parity)
-    {
-        case KEL_SERIAL_ODDPARITY:
-            settings.c_cflag |= PARENB | PARODD;
-            break;
-        case KEL_SERIAL_EVENPARITY:
-            settings.c_cflag |= PARENB;
-            break;
-        case KEL_SERIAL_MARKPARITY:
-            settings.c_cflag |= PARENB | CMSPAR | PARODD;
-            break;
-        case KEL_SERIAL_SPACEPARITY:
-            settings.c_cflag |= PARENB | CMSPAR;
-            break;
-        default:
-            break;
-    }
-    if (pDcb->StopBits != KEL_SERIAL_ONESTOPBIT)
-        settings.c_cflag |= CSTOPB;
-    if (pDcb->fOutxCtsFlow != 0 || pDcb->fRtsControl == KEL_SERIAL_RTS_CONTROL_HANDSHAKE)
-        settings.c_cflag |= CRTSCTS;
-    settings.c_iflag &= ~(INPCK | IXON | IXOFF | IXANY);
-    if (pDcb->fParity != 0)
-        settings.c_iflag |= INPCK;
-    if (pDcb->fOutX != 0)
-        settings.c_iflag |= IXON;
-    if (pDcb->fInX != 0)
-        settings.c_iflag |= IXOFF;
-    settings.c_cc[VSTART] = static_cast<cc_t>(pDcb->XonChar);
-    settings.c_cc[VSTOP] = static_cast<cc_t>(pDcb->XoffChar);
+    Kel_P_Serial_DcbToTermios(*pDcb, &settings);
     speed_t code = B0;
     const bool standardSpeed = FindSpeedCode(pDcb->BaudRate, &code);
     if (standardSpeed)
@@ -580,7 +596,8 @@ int32_t Kel_P_Serial_GetCommTimeouts(Kel_P_Serial_Handle aPort, Kel_P_Serial_Com
 {
     if (pCommTimeouts == KEL_NULL || !IsTerminal(aPort))
     {
-        errno = pCommTimeouts == KEL_NULL ? EINVAL : EBADF;
+        if (pCommTimeouts == KEL_NULL)
+            errno = EINVAL;
         return 0;
     }
     std::lock_guard<std::mutex> lock(portStatesLock);
@@ -594,7 +611,8 @@ int32_t Kel_P_Serial_SetCommTimeouts(Kel_P_Serial_Handle aPort,
 {
     if (pCommTimeouts == KEL_NULL || !IsTerminal(aPort))
     {
-        errno = pCommTimeouts == KEL_NULL ? EINVAL : EBADF;
+        if (pCommTimeouts == KEL_NULL)
+            errno = EINVAL;
         return 0;
     }
     std::lock_guard<std::mutex> lock(portStatesLock);
