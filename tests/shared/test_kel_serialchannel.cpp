@@ -330,11 +330,21 @@ TEST(SerialChannel, LastChannelDelayIsHalfTheTimeSinceTheLastWrite)
 
     const uint8_t request[] = {0x10};
     uint32_t written = 0;
+    // The delay is half the time since the write, bounded by what a monotonic clock saw around the
+    // calls (a loaded machine or wine may sleep much longer than asked).
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point beforeWrite = Clock::now();
     ASSERT_EQ(Kel_SerialChannel_Write(&channel, request, 1, 100, &written), Kel_Good);
+    const Clock::time_point afterWrite = Clock::now();
     Kel_P_Sleep(300);
+    const Clock::time_point beforeRead = Clock::now();
     EXPECT_EQ(Kel_SerialChannel_GetLastChannelDelay(&channel, &delay), Kel_Good);
+    const Clock::time_point afterRead = Clock::now();
+    const auto milliseconds = [](Clock::duration aDuration)
+    { return std::chrono::duration_cast<std::chrono::milliseconds>(aDuration).count(); };
     EXPECT_GE(delay, 145u);
-    EXPECT_LE(delay, 250u); // a loaded machine or wine may sleep longer than asked
+    EXPECT_GE(static_cast<int64_t>(delay), milliseconds(beforeRead - afterWrite) / 2 - 10);
+    EXPECT_LE(static_cast<int64_t>(delay), milliseconds(afterRead - beforeWrite) / 2 + 10);
     EXPECT_EQ(Kel_SerialChannel_GetLastChannelDelay(&channel, &delay), Kel_Good);
     EXPECT_EQ(delay, 0u);
 
