@@ -5,6 +5,7 @@
 #include "Q310/q310_exports_session.h"
 #include "Q310/q310_session.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 
@@ -53,7 +54,12 @@ bool Q310_ParseMode(const char* pMode, Q310_Mode* pParsed)
     // longer matches the rest of the format, so the later fields keep their earlier values.
     const int fields = sscanf(pMode, "baud=%d parity=%15s data=%d stop=%d dtr=%15s rts=%15s", &baudRate,
                               pParsed->parity, &dataBits, &stopBits, pParsed->dtr, pParsed->rts);
-    if (fields == EOF)
+    // Nothing could be read from an empty text or one of white space only. The C libraries differ for
+    // the latter (EOF or 0 fields), so it is tested here, the same on every platform.
+    bool blank = true;
+    for (const char* p = pMode; *p != '\0' && blank; ++p)
+        blank = isspace(static_cast<unsigned char>(*p)) != 0;
+    if (fields == EOF || blank)
         return false;
     pParsed->baudRate = static_cast<uint32_t>(baudRate);
     pParsed->dataBits = static_cast<uint8_t>(dataBits);
