@@ -26,6 +26,7 @@ TEST_F(ClientTest, TraceOfOneReadSerial)
     };
     const std::string expected =
         "--> Kel_Module_ZentorProtocolClient::Kel_Zentor1Phase_Client_ReadSerial (0x00000101)\n\n"
+        "--> Kel_Module_ZentorProtocolClient::Kel_Zentor1Phase_Application_Read (0x00000101)\n\n"
         "--> Kel_Module_ZentorProtocolClient::Kel_Zentor1Phase_Application_ReadA (0x00000101)\n\n"
         "--> Kel_Module_ZentorProtocolClient::sendAndReceiveAnswer (0x00000101)\n\n"
         "--> Kel_Module_ZentorProtocolClient::Kel_Zentor1Phase_Transport_TransmitFrame (0x00000101)\n\n"
@@ -48,6 +49,7 @@ TEST_F(ClientTest, TraceOfOneReadSerial)
         "<-- \"Kel_Zentor1Phase_Transport_ReceiveFrame\" = 0x00000000 (GOOD).\n\n"
         "<-- \"sendAndReceiveAnswer\" = 0x00000000 (GOOD).\n\n"
         "<-- \"Kel_Zentor1Phase_Application_ReadA\" = 0x00000000 (GOOD).\n\n"
+        "<-- \"Kel_Zentor1Phase_Application_Read\" = 0x00000000 (GOOD).\n\n"
         "ReadSerial, SerialNumber= (00000001)\n"
         "<-- \"Kel_Zentor1Phase_Client_ReadSerial\" = 0x00000000 (GOOD).\n\n";
     EXPECT_EQ(text, expected);

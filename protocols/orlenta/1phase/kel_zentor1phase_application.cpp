@@ -104,7 +104,11 @@ Kel_StatusCode Kel_Zentor1Phase_Application_ReadA(Kel_Zentor1Phase_ApplicationCo
 Kel_StatusCode Kel_Zentor1Phase_Application_Read(Kel_Zentor1Phase_ApplicationContext* pContext,
                                                  uint8_t aCommand)
 {
-    return Kel_Zentor1Phase_Application_ReadA(pContext, aCommand, KEL_NULL, 0);
+    KEL_ENTER(Kel_Module_ZentorProtocolClient);
+    KEL_REJECT_NULL(pContext);
+    Kel_StatusCode status = Kel_Good;
+    KEL_GOTO_IF_BAD(status, Kel_Zentor1Phase_Application_ReadA(pContext, aCommand, KEL_NULL, 0));
+    KEL_EXIT(status);
 }
 
 Kel_StatusCode Kel_Zentor1Phase_Application_Write(Kel_Zentor1Phase_ApplicationContext* pContext,

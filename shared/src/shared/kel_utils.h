@@ -2,8 +2,8 @@
 // sorting, the periodic timer test, the utilities lock, the watchdog helpers and data protection
 // (password encryption, MD5 digest, the compression entry points).
 //
-// The implementation is split by theme: kel_utils.cpp (dates, texts, numbers, sorting, timer),
-// kel_utils_locks.cpp (lock and watchdog helpers), kel_utils_protection.cpp (data protection).
+// The implementation is split by theme: kel_utils.cpp (dates, texts, numbers, sorting, timer, watchdog),
+// kel_utils_locks.cpp (the lock), kel_utils_protection.cpp (data protection).
 #pragma once
 
 #include "shared/kel_types.h"
