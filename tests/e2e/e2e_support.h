@@ -1,0 +1,147 @@
+// End-to-end fixture: the exports against the meter simulator running in this process, reached over a
+// pseudo-terminal behind a COM name (eOpen) or over TCP (eTcpOpen).
+//
+//   class MyTest : public e2e::SessionTest {};
+//   TEST_P(MyTest, Reads) { ASSERT_TRUE(OpenSession()); ... eReadFrequency(0, text, err) ... }
+//   INSTANTIATE_TEST_SUITE_P(Paths, MyTest, e2e::kBothPaths, e2e::PathName);
+//
+// The meter state is set before OpenSession through Meter() (under the simulator's lock for changes
+// made while a session runs). OpenSession opens the path and calls eReadSerialNumber, which creates the
+// protocol client every other export needs.
+#pragma once
+
+#include "Q310/Q310.h"
+#include "zentor_sim/calendar.h"
+#include "zentor_sim/simulator.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+namespace e2e
+{
+
+enum class Path
+{
+    Serial, // eOpen on COM<kComNumber>, a link to the simulator's pseudo-terminal
+    Tcp     // eTcpOpen to the simulator's TCP listener
+};
+
+constexpr int32_t kComNumber = 7;
+constexpr uint32_t kAddress = 1;
+// Error buffers are filled with this byte first, so that untouched buffers can be told apart.
+constexpr char kUntouched = '\x7E';
+constexpr size_t kErrSize = 256;
+
+inline const auto kBothPaths = ::testing::Values(Path::Serial, Path::Tcp);
+inline std::string PathName(const ::testing::TestParamInfo<Path>& aInfo)
+{
+    return aInfo.param == Path::Serial ? "Serial" : "Tcp";
+}
+
+// The host's default serial time-outs: a read returns 20 ms after the last byte or after 300 ms.
+inline const uint32_t kTimeOuts[5] = {20, 0, 300, 0, 0};
+
+// A fixed simulated moment: 2024-03-15 12:00:00, clock stopped there.
+inline zentor_sim::MeterState FrozenMeter()
+{
+    const int64_t now = zentor_sim::ToSeconds(zentor_sim::Civil{2024, 3, 15, 12, 0, 0});
+    zentor_sim::MeterState state = zentor_sim::MeterState::Default(now);
+    state.clockRunning = false;
+    state.clockFrozen = now;
+    return state;
+}
+
+// The Q310_SERIAL_DIR folder of this process, where COM links to pseudo-terminals are made.
+inline std::string SerialDir()
+{
+    static const std::string dir = []
+    {
+        const std::string path =
+            (std::filesystem::temp_directory_path() / ("q310-e2e-" + std::to_string(getpid()))).string();
+        std::filesystem::create_directories(path);
+        setenv("Q310_SERIAL_DIR", path.c_str(), 1);
+        return path;
+    }();
+    return dir;
+}
+
+// Starts a simulator on a pseudo-terminal linked as COM<aNumber>; returns the link path.
+inline std::string StartPtyAsCom(zentor_sim::Simulator& aSimulator, int32_t aNumber)
+{
+    const std::string link = SerialDir() + "/COM" + std::to_string(aNumber);
+    std::filesystem::remove(link);
+    aSimulator.StartPty(link);
+    return link;
+}
+
+class SessionTest : public ::testing::TestWithParam<Path>
+{
+protected:
+    void SetUp() override
+    {
+        simulator = std::make_unique<zentor_sim::Simulator>(FrozenMeter());
+        ClearErr();
+    }
+    void TearDown() override
+    {
+        if (opened)
+            eClose(0, err);
+        simulator->Stop();
+    }
+
+    zentor_sim::Meter& Meter() { return simulator->GetMeter(); }
+
+    // Opens the path of the test parameter and creates the protocol client.
+    bool OpenSession(const char* aMode = "baud=9600 parity=None data=8 stop=1 dtr=on rts=on")
+    {
+        if (!OpenPath(aMode))
+            return false;
+        char serial[64] = {};
+        const int32_t result = eReadSerialNumber(kAddress, serial, err);
+        EXPECT_EQ(result, 1) << serial;
+        return result == 1;
+    }
+    bool OpenPath(const char* aMode = "baud=9600 parity=None data=8 stop=1 dtr=on rts=on")
+    {
+        int32_t result = 0;
+        if (GetParam() == Path::Serial)
+        {
+            StartPtyAsCom(*simulator, kComNumber);
+            result = eOpen(kComNumber, aMode, kTimeOuts, err);
+        }
+        else
+        {
+            const uint16_t port = simulator->StartTcp();
+            result = eTcpOpen(port, "127.0.0.1", 0, kTimeOuts[2], err);
+        }
+        opened = true;
+        EXPECT_EQ(result, 1) << err;
+        return result == 1;
+    }
+
+    void ClearErr() { memset(err, kUntouched, sizeof(err)); }
+    bool ErrUntouched() const
+    {
+        for (char c : err)
+            if (c != kUntouched)
+                return false;
+        return true;
+    }
+    void Silence(int aCount = 1000)
+    {
+        auto lock = simulator->Lock();
+        simulator->GetFaults().silent = aCount;
+    }
+
+    std::unique_ptr<zentor_sim::Simulator> simulator;
+    bool opened = false;
+    char err[kErrSize];
+};
+
+} // namespace e2e
