@@ -187,8 +187,10 @@ extern "C"
      */
     int32_t Q310_CALL eReadEnergyRateLimit(uint32_t adr, char* enRateLimitMass, char* enLimitFlagMass,
                                            uint32_t* arr, char* outErr);
-    int32_t Q310_CALL eWriteEnergyRateLimit(uint32_t adr, uint32_t enRateLimit1, uint32_t enRateLimit2,
-                                            uint32_t enRateLimit3, uint32_t enRateLimit4,
+    /* The four limits are decimal texts ("%u"), the flags four digits ("1021": 1 is on); an empty text is
+     * refused with the message. */
+    int32_t Q310_CALL eWriteEnergyRateLimit(uint32_t adr, const char* enRateLimit1, const char* enRateLimit2,
+                                            const char* enRateLimit3, const char* enRateLimit4,
                                             const char* enLimitFlag, char* outErr);
     /* Load relay mode. */
     int32_t Q310_CALL eReadReleMode(uint32_t adr, uint32_t* releMode, char* outErr);
