@@ -17,53 +17,53 @@
 
 namespace
 {
-constexpr Q310_Cp1251 kReadRateQuantity{u8"Запрос на чтение количества тарифов: Нет ответа."};
-constexpr Q310_Cp1251 kWriteRateQuantity{u8"Запрос на запись количества тарифов: Нет ответа."};
-constexpr Q310_Cp1251 kReadRateScale{u8"Запрос на чтение тарифного расписания: Нет ответа."};
-constexpr Q310_Cp1251 kWriteRateScale{u8"Запрос на запись тарифного расписания: Нет ответа."};
-constexpr Q310_Cp1251 kWriteWeekendScale{u8"Запрос на запись расписания праздничных дней: Нет ответа."};
-constexpr Q310_Cp1251 kReadWeekendScale{u8"Запрос на чтение расписания праздничных дней: Нет ответа."};
-constexpr Q310_Cp1251 kWriteTSFast{u8"Запрос на быструю запись тарифного расписания: Нет ответа."};
-constexpr Q310_Cp1251 kWriteModeTariffProfile{u8"Запрос на запись режима работы профиля: Нет ответа."};
+constexpr auto kReadRateQuantity = Q310_Cp1251("Запрос на чтение количества тарифов: Нет ответа.");
+constexpr auto kWriteRateQuantity = Q310_Cp1251("Запрос на запись количества тарифов: Нет ответа.");
+constexpr auto kReadRateScale = Q310_Cp1251("Запрос на чтение тарифного расписания: Нет ответа.");
+constexpr auto kWriteRateScale = Q310_Cp1251("Запрос на запись тарифного расписания: Нет ответа.");
+constexpr auto kWriteWeekendScale = Q310_Cp1251("Запрос на запись расписания праздничных дней: Нет ответа.");
+constexpr auto kReadWeekendScale = Q310_Cp1251("Запрос на чтение расписания праздничных дней: Нет ответа.");
+constexpr auto kWriteTSFast = Q310_Cp1251("Запрос на быструю запись тарифного расписания: Нет ответа.");
+constexpr auto kWriteModeTariffProfile = Q310_Cp1251("Запрос на запись режима работы профиля: Нет ответа.");
 
-constexpr Q310_Cp1251 kM0{u8"Январь"};
-constexpr Q310_Cp1251 kM1{u8"Февраль"};
-constexpr Q310_Cp1251 kM2{u8"Март"};
-constexpr Q310_Cp1251 kM3{u8"Апрель"};
-constexpr Q310_Cp1251 kM4{u8"Май"};
-constexpr Q310_Cp1251 kM5{u8"Июнь"};
-constexpr Q310_Cp1251 kM6{u8"Июль"};
-constexpr Q310_Cp1251 kM7{u8"Август"};
-constexpr Q310_Cp1251 kM8{u8"Сентябрь"};
-constexpr Q310_Cp1251 kM9{u8"Октябрь"};
-constexpr Q310_Cp1251 kM10{u8"Ноябрь"};
-constexpr Q310_Cp1251 kM11{u8"Декабрь"};
+constexpr auto kM0 = Q310_Cp1251("Январь");
+constexpr auto kM1 = Q310_Cp1251("Февраль");
+constexpr auto kM2 = Q310_Cp1251("Март");
+constexpr auto kM3 = Q310_Cp1251("Апрель");
+constexpr auto kM4 = Q310_Cp1251("Май");
+constexpr auto kM5 = Q310_Cp1251("Июнь");
+constexpr auto kM6 = Q310_Cp1251("Июль");
+constexpr auto kM7 = Q310_Cp1251("Август");
+constexpr auto kM8 = Q310_Cp1251("Сентябрь");
+constexpr auto kM9 = Q310_Cp1251("Октябрь");
+constexpr auto kM10 = Q310_Cp1251("Ноябрь");
+constexpr auto kM11 = Q310_Cp1251("Декабрь");
 const char* const kMonthNames[Q310_MONTHS] = {kM0.text, kM1.text, kM2.text, kM3.text, kM4.text,  kM5.text,
                                               kM6.text, kM7.text, kM8.text, kM9.text, kM10.text, kM11.text};
 
-constexpr Q310_Cp1251 kD0{u8"Понедельник"};
-constexpr Q310_Cp1251 kD1{u8"Вторник"};
-constexpr Q310_Cp1251 kD2{u8"Среда"};
-constexpr Q310_Cp1251 kD3{u8"Четверг"};
-constexpr Q310_Cp1251 kD4{u8"Пятница"};
-constexpr Q310_Cp1251 kD5{u8"Суббота"};
-constexpr Q310_Cp1251 kD6{u8"Воскресенье"};
-constexpr Q310_Cp1251 kD7{u8"Праздник"};
+constexpr auto kD0 = Q310_Cp1251("Понедельник");
+constexpr auto kD1 = Q310_Cp1251("Вторник");
+constexpr auto kD2 = Q310_Cp1251("Среда");
+constexpr auto kD3 = Q310_Cp1251("Четверг");
+constexpr auto kD4 = Q310_Cp1251("Пятница");
+constexpr auto kD5 = Q310_Cp1251("Суббота");
+constexpr auto kD6 = Q310_Cp1251("Воскресенье");
+constexpr auto kD7 = Q310_Cp1251("Праздник");
 const char* const kDayKindNames[Q310_DAY_KINDS] = {kD0.text, kD1.text, kD2.text, kD3.text,
                                                    kD4.text, kD5.text, kD6.text, kD7.text};
 
-constexpr Q310_Cp1251 kG1{u8"января"};
-constexpr Q310_Cp1251 kG2{u8"февраля"};
-constexpr Q310_Cp1251 kG3{u8"марта"};
-constexpr Q310_Cp1251 kG4{u8"апреля"};
-constexpr Q310_Cp1251 kG5{u8"мая"};
-constexpr Q310_Cp1251 kG6{u8"июня"};
-constexpr Q310_Cp1251 kG7{u8"июля"};
-constexpr Q310_Cp1251 kG8{u8"августа"};
-constexpr Q310_Cp1251 kG9{u8"сентября"};
-constexpr Q310_Cp1251 kG10{u8"октября"};
-constexpr Q310_Cp1251 kG11{u8"ноября"};
-constexpr Q310_Cp1251 kG12{u8"декабря"};
+constexpr auto kG1 = Q310_Cp1251("января");
+constexpr auto kG2 = Q310_Cp1251("февраля");
+constexpr auto kG3 = Q310_Cp1251("марта");
+constexpr auto kG4 = Q310_Cp1251("апреля");
+constexpr auto kG5 = Q310_Cp1251("мая");
+constexpr auto kG6 = Q310_Cp1251("июня");
+constexpr auto kG7 = Q310_Cp1251("июля");
+constexpr auto kG8 = Q310_Cp1251("августа");
+constexpr auto kG9 = Q310_Cp1251("сентября");
+constexpr auto kG10 = Q310_Cp1251("октября");
+constexpr auto kG11 = Q310_Cp1251("ноября");
+constexpr auto kG12 = Q310_Cp1251("декабря");
 const char* const kGenitiveMonthNames[Q310_MONTHS + 1] = {"",        kG1.text,  kG2.text, kG3.text, kG4.text,
                                                           kG5.text,  kG6.text,  kG7.text, kG8.text, kG9.text,
                                                           kG10.text, kG11.text, kG12.text};
@@ -190,168 +190,164 @@ void Q310_ParseHolidayText(const char* pText, uint8_t* pHalf0, uint8_t* pHalf1)
         }
 }
 
-extern "C"
+int32_t eReadRateQuantity(uint32_t adr, uint32_t* rateQuantity1, char* outErr)
 {
+    Q310_ENTER("eReadRateQuantity");
+    (void)adr;
+    Q310_REJECT_NULL(rateQuantity1);
+    Q310_REJECT_NULL(outErr);
+    uint8_t count = 0;
+    Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTariffsNumber(&clientContext, &count), kReadRateQuantity);
+    *rateQuantity1 = count;
+    return Q310_RESULT_OK;
+}
 
-    int32_t eReadRateQuantity(uint32_t adr, uint32_t* rateQuantity1, char* outErr)
-    {
-        Q310_ENTER("eReadRateQuantity");
-        (void)adr;
-        Q310_REJECT_NULL(rateQuantity1);
-        Q310_REJECT_NULL(outErr);
-        uint8_t count = 0;
-        Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTariffsNumber(&clientContext, &count),
-                     kReadRateQuantity.text);
-        *rateQuantity1 = count;
-        return Q310_RESULT_OK;
-    }
+int32_t eWriteRateQuantity(uint32_t adr, uint32_t rateQuantity, char* outErr)
+{
+    Q310_ENTER("eWriteRateQuantity");
+    (void)adr;
+    Q310_REJECT_NULL(outErr);
+    Q310_REQUEST(
+        Kel_Zentor1Phase_Client_WriteTariffsNumber(&clientContext, static_cast<uint8_t>(rateQuantity)),
+        kWriteRateQuantity);
+    return Q310_RESULT_OK;
+}
 
-    int32_t eWriteRateQuantity(uint32_t adr, uint32_t rateQuantity, char* outErr)
+// The schedule by raw requests, eight zones a day, appended month by month as the answers arrive.
+int32_t eReadRateScale_1(uint32_t adr, char* TariffsTable, char* outErr)
+{
+    Q310_ENTER("eReadRateScale_1");
+    (void)adr;
+    Q310_REJECT_NULL(TariffsTable);
+    Q310_REJECT_NULL(outErr);
+    char* end = TariffsTable + strlen(TariffsTable);
+    const Kel_Zentor1Phase_ApplicationContext& app = clientContext.ApplicationContext;
+    for (uint32_t m = 0; m < Q310_MONTHS; ++m)
     {
-        Q310_ENTER("eWriteRateQuantity");
-        (void)adr;
-        Q310_REJECT_NULL(outErr);
-        Q310_REQUEST(
-            Kel_Zentor1Phase_Client_WriteTariffsNumber(&clientContext, static_cast<uint8_t>(rateQuantity)),
-            kWriteRateQuantity.text);
-        return Q310_RESULT_OK;
-    }
-
-    // The schedule by raw requests, eight zones a day, appended month by month as the answers arrive.
-    int32_t eReadRateScale_1(uint32_t adr, char* TariffsTable, char* outErr)
-    {
-        Q310_ENTER("eReadRateScale_1");
-        (void)adr;
-        Q310_REJECT_NULL(TariffsTable);
-        Q310_REJECT_NULL(outErr);
-        char* end = TariffsTable + strlen(TariffsTable);
-        const Kel_Zentor1Phase_ApplicationContext& app = clientContext.ApplicationContext;
-        for (uint32_t m = 0; m < Q310_MONTHS; ++m)
+        end += sprintf(end, "%s\n", kMonthNames[m]);
+        for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
         {
-            end += sprintf(end, "%s\n", kMonthNames[m]);
-            for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
+            const uint8_t selector = static_cast<uint8_t>(m * 16 + d);
+            Q310_REQUEST(Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
+                                                            kReadTariffTable, &selector, 1),
+                         kReadRateScale);
+            if (app.inBufferIndex != kRawAnswerLength)
+                Q310_FAIL_LENGTH(kReadRateScale);
+            Kel_Zentor1Phase_SwitchPoint zones[Q310_ZONES_RAW];
+            for (uint32_t z = 0; z < Q310_ZONES_RAW; ++z)
             {
-                const uint8_t selector = static_cast<uint8_t>(m * 16 + d);
-                Q310_REQUEST(Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
-                                                                kReadTariffTable, &selector, 1),
-                             kReadRateScale.text);
-                if (app.inBufferIndex != kRawAnswerLength)
-                    return Q310_FailLength(kelScope, __LINE__, outErr, kReadRateScale.text);
-                Kel_Zentor1Phase_SwitchPoint zones[Q310_ZONES_RAW];
-                for (uint32_t z = 0; z < Q310_ZONES_RAW; ++z)
-                {
-                    const uint8_t a = app.inBuffer[1 + 2 * z];
-                    const uint8_t b = app.inBuffer[2 + 2 * z];
-                    zones[z] = kNoZone;
-                    if (a == 0xFF)
-                        continue;
-                    uint8_t hour = 0;
-                    uint8_t minute = 0xFF;
-                    Kel_StatusCode status = Kel_Zentor1Phase_Utils_BCD2Byte(a & 0x3F, &hour);
-                    if (Kel_IsGood(status) && b != 0xFF)
-                        status = Kel_Zentor1Phase_Utils_BCD2Byte(b, &minute);
-                    if (Kel_IsBad(status))
-                        return static_cast<int32_t>(Kel_Trace_RejectCode(kelScope, __LINE__, status));
-                    zones[z] = {static_cast<uint8_t>(a >> 6), hour,
-                                minute}; // out-of-range fields are not printed
-                }
-                end = Q310_AppendDayText(end, d, zones, Q310_ZONES_RAW);
+                const uint8_t a = app.inBuffer[1 + 2 * z];
+                const uint8_t b = app.inBuffer[2 + 2 * z];
+                zones[z] = kNoZone;
+                if (a == 0xFF)
+                    continue;
+                uint8_t hour = 0;
+                uint8_t minute = 0xFF;
+                Kel_StatusCode status = Kel_Zentor1Phase_Utils_BCD2Byte(a & 0x3F, &hour);
+                if (Kel_IsGood(status) && b != 0xFF)
+                    status = Kel_Zentor1Phase_Utils_BCD2Byte(b, &minute);
+                if (Kel_IsBad(status))
+                    return static_cast<int32_t>(Kel_Trace_RejectCode(kelScope, __LINE__, status));
+                zones[z] = {static_cast<uint8_t>(a >> 6), hour,
+                            minute}; // out-of-range fields are not printed
             }
-            end += sprintf(end, "\n");
+            end = Q310_AppendDayText(end, d, zones, Q310_ZONES_RAW);
         }
-        sprintf(end, "\tEnd");
-        return Q310_RESULT_OK;
+        end += sprintf(end, "\n");
     }
+    sprintf(end, "\tEnd");
+    return Q310_RESULT_OK;
+}
 
-    // Parses the whole text first (a malformed text: 0, nothing sent, no message), then writes the 96 day
-    // tables by raw requests.
-    int32_t eWriteRateScale_1(uint32_t adr, const char* TariffsTable, char* outErr)
+// Parses the whole text first (a malformed text: 0, nothing sent, no message), then writes the 96 day
+// tables by raw requests.
+int32_t eWriteRateScale_1(uint32_t adr, const char* TariffsTable, char* outErr)
+{
+    Q310_ENTER("eWriteRateScale_1");
+    (void)adr;
+    Q310_REJECT_NULL(TariffsTable);
+    Q310_REJECT_NULL(outErr);
+    Kel_Zentor1Phase_SwitchPoint days[Q310_MONTHS * Q310_DAY_KINDS * Q310_ZONES_RAW];
+    Kel_StatusCode status = Q310_ParseScheduleText(TariffsTable, days, Q310_ZONES_RAW);
+    if (Kel_IsBad(status))
     {
-        Q310_ENTER("eWriteRateScale_1");
-        (void)adr;
-        Q310_REJECT_NULL(TariffsTable);
-        Q310_REJECT_NULL(outErr);
-        Kel_Zentor1Phase_SwitchPoint days[Q310_MONTHS * Q310_DAY_KINDS * Q310_ZONES_RAW];
-        Kel_StatusCode status = Q310_ParseScheduleText(TariffsTable, days, Q310_ZONES_RAW);
-        if (Kel_IsBad(status))
+        Kel_Trace_GotoBad(kelScope, __LINE__, status);
+        return Q310_RESULT_FAILED;
+    }
+    for (uint32_t m = 0; m < Q310_MONTHS; ++m)
+        for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
         {
-            Kel_Trace_GotoBad(kelScope, __LINE__, status);
-            return Q310_RESULT_FAILED;
-        }
-        for (uint32_t m = 0; m < Q310_MONTHS; ++m)
-            for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
+            const Kel_Zentor1Phase_SwitchPoint* zones = days + Q310_ScheduleIndex(m, d, Q310_ZONES_RAW);
+            uint8_t payload[kRawAnswerLength];
+            for (uint32_t z = 0; z < Q310_ZONES_RAW; ++z)
             {
-                const Kel_Zentor1Phase_SwitchPoint* zones = days + Q310_ScheduleIndex(m, d, Q310_ZONES_RAW);
-                uint8_t payload[kRawAnswerLength];
-                for (uint32_t z = 0; z < Q310_ZONES_RAW; ++z)
-                {
-                    payload[2 * z] = 0xFF;
-                    payload[2 * z + 1] = 0xFF;
-                    if (zones[z].tariff == 0xFF && zones[z].hour == 0xFF && zones[z].minute == 0xFF)
-                        continue;
-                    uint8_t hour = 0;
-                    uint8_t minute = 0;
-                    status = Kel_Zentor1Phase_Utils_Byte2BCD(zones[z].hour, &hour);
-                    if (Kel_IsGood(status))
-                        status = Kel_Zentor1Phase_Utils_Byte2BCD(zones[z].minute, &minute);
-                    if (Kel_IsBad(status))
-                        return static_cast<int32_t>(Kel_Trace_RejectCode(kelScope, __LINE__, status));
-                    // The tariff index is shifted without a range check.
-                    payload[2 * z] = static_cast<uint8_t>((zones[z].tariff << 6) + hour);
-                    payload[2 * z + 1] = minute;
-                }
-                payload[2 * Q310_ZONES_RAW] = static_cast<uint8_t>(m * 16 + d);
-                Q310_REQUEST(Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext,
-                                                                kWriteTariffTable, payload, sizeof(payload)),
-                             kWriteRateScale.text);
+                payload[2 * z] = 0xFF;
+                payload[2 * z + 1] = 0xFF;
+                if (zones[z].tariff == 0xFF && zones[z].hour == 0xFF && zones[z].minute == 0xFF)
+                    continue;
+                uint8_t hour = 0;
+                uint8_t minute = 0;
+                status = Kel_Zentor1Phase_Utils_Byte2BCD(zones[z].hour, &hour);
+                if (Kel_IsGood(status))
+                    status = Kel_Zentor1Phase_Utils_Byte2BCD(zones[z].minute, &minute);
+                if (Kel_IsBad(status))
+                    return static_cast<int32_t>(Kel_Trace_RejectCode(kelScope, __LINE__, status));
+                // The tariff index is shifted without a range check.
+                payload[2 * z] = static_cast<uint8_t>((zones[z].tariff << 6) + hour);
+                payload[2 * z + 1] = minute;
             }
-        return Q310_RESULT_OK;
-    }
-
-    // The schedule through the client's tariff table commands, sixteen zones a day: all 96 days are read
-    // before anything is appended.
-    int32_t eReadRateScale_4(uint32_t adr, char* TariffsTable, char* outErr)
-    {
-        Q310_ENTER("eReadRateScale_4");
-        (void)adr;
-        Q310_REJECT_NULL(TariffsTable);
-        Q310_REJECT_NULL(outErr);
-        Kel_Zentor1Phase_SwitchPoint days[Q310_MONTHS * Q310_DAY_KINDS * Q310_ZONES_CLIENT];
-        for (uint32_t m = 0; m < Q310_MONTHS; ++m)
-            for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
-                Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTariffsTable(
-                                 &clientContext, static_cast<uint8_t>(m), Q310_DayKindToDayCode(d),
-                                 days + Q310_ScheduleIndex(m, d, Q310_ZONES_CLIENT)),
-                             kReadRateScale.text);
-        Q310_AppendScheduleText(TariffsTable, days, Q310_ZONES_CLIENT);
-        return Q310_RESULT_OK;
-    }
-
-    int32_t eWriteRateScale_4(uint32_t adr, const char* TariffsTable, char* outErr)
-    {
-        Q310_ENTER("eWriteRateScale_4");
-        (void)adr;
-        Q310_REJECT_NULL(TariffsTable);
-        Q310_REJECT_NULL(outErr);
-        Kel_Zentor1Phase_SwitchPoint days[Q310_MONTHS * Q310_DAY_KINDS * Q310_ZONES_CLIENT];
-        const Kel_StatusCode status = Q310_ParseScheduleText(TariffsTable, days, Q310_ZONES_CLIENT);
-        if (Kel_IsBad(status))
-        {
-            Kel_Trace_GotoBad(kelScope, __LINE__, status);
-            return Q310_RESULT_FAILED;
+            payload[2 * Q310_ZONES_RAW] = static_cast<uint8_t>(m * 16 + d);
+            Q310_REQUEST(Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext,
+                                                            kWriteTariffTable, payload, sizeof(payload)),
+                         kWriteRateScale);
         }
-        for (uint32_t m = 0; m < Q310_MONTHS; ++m)
-            for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
-                Q310_REQUEST(Kel_Zentor1Phase_Client_WriteTariffsTable(
-                                 &clientContext, static_cast<uint8_t>(m), Q310_DayKindToDayCode(d),
-                                 days + Q310_ScheduleIndex(m, d, Q310_ZONES_CLIENT)),
-                             kWriteRateScale.text);
-        return Q310_RESULT_OK;
+    return Q310_RESULT_OK;
+}
+
+// The schedule through the client's tariff table commands, sixteen zones a day: all 96 days are read
+// before anything is appended.
+int32_t eReadRateScale_4(uint32_t adr, char* TariffsTable, char* outErr)
+{
+    Q310_ENTER("eReadRateScale_4");
+    (void)adr;
+    Q310_REJECT_NULL(TariffsTable);
+    Q310_REJECT_NULL(outErr);
+    Kel_Zentor1Phase_SwitchPoint days[Q310_MONTHS * Q310_DAY_KINDS * Q310_ZONES_CLIENT];
+    for (uint32_t m = 0; m < Q310_MONTHS; ++m)
+        for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
+            Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTariffsTable(
+                             &clientContext, static_cast<uint8_t>(m), Q310_DayKindToDayCode(d),
+                             days + Q310_ScheduleIndex(m, d, Q310_ZONES_CLIENT)),
+                         kReadRateScale);
+    Q310_AppendScheduleText(TariffsTable, days, Q310_ZONES_CLIENT);
+    return Q310_RESULT_OK;
+}
+
+int32_t eWriteRateScale_4(uint32_t adr, const char* TariffsTable, char* outErr)
+{
+    Q310_ENTER("eWriteRateScale_4");
+    (void)adr;
+    Q310_REJECT_NULL(TariffsTable);
+    Q310_REJECT_NULL(outErr);
+    Kel_Zentor1Phase_SwitchPoint days[Q310_MONTHS * Q310_DAY_KINDS * Q310_ZONES_CLIENT];
+    const Kel_StatusCode status = Q310_ParseScheduleText(TariffsTable, days, Q310_ZONES_CLIENT);
+    if (Kel_IsBad(status))
+    {
+        Kel_Trace_GotoBad(kelScope, __LINE__, status);
+        return Q310_RESULT_FAILED;
     }
+    for (uint32_t m = 0; m < Q310_MONTHS; ++m)
+        for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
+            Q310_REQUEST(Kel_Zentor1Phase_Client_WriteTariffsTable(
+                             &clientContext, static_cast<uint8_t>(m), Q310_DayKindToDayCode(d),
+                             days + Q310_ScheduleIndex(m, d, Q310_ZONES_CLIENT)),
+                         kWriteRateScale);
+    return Q310_RESULT_OK;
+}
 
 // File-name exports kept for hosts that call them: they check their pointers and succeed without effect.
 #define Q310_FILE_PLACEHOLDER(aName)                                                                         \
-    int32_t aName(uint32_t adr, const char* fName, char* outErr)                                             \
+    int32_t Q310_CALL aName(uint32_t adr, const char* fName, char* outErr)                                   \
     {                                                                                                        \
         Q310_ENTER(#aName);                                                                                  \
         (void)adr;                                                                                           \
@@ -359,126 +355,122 @@ extern "C"
         Q310_REJECT_NULL(outErr);                                                                            \
         return Q310_RESULT_OK;                                                                               \
     }
-    Q310_FILE_PLACEHOLDER(eReadRateScale)
-    Q310_FILE_PLACEHOLDER(eReadRateScale_2)
-    Q310_FILE_PLACEHOLDER(eWriteRateScale)
-    Q310_FILE_PLACEHOLDER(eWriteRateScale_2)
-    Q310_FILE_PLACEHOLDER(eReadWeekendScale)
+Q310_FILE_PLACEHOLDER(eReadRateScale)
+Q310_FILE_PLACEHOLDER(eReadRateScale_2)
+Q310_FILE_PLACEHOLDER(eWriteRateScale)
+Q310_FILE_PLACEHOLDER(eWriteRateScale_2)
+Q310_FILE_PLACEHOLDER(eReadWeekendScale)
 
-    // The file is not read: both holiday halves are written empty (all 0xFF), which clears the meter's
-    // holiday list.
-    int32_t eWriteWeekendScale(uint32_t adr, const char* fName, char* outErr)
-    {
-        Q310_ENTER("eWriteWeekendScale");
-        (void)adr;
-        Q310_REJECT_NULL(fName);
-        Q310_REJECT_NULL(outErr);
-        uint8_t empty[Q310_HOLIDAY_HALF_SIZE];
-        memset(empty, 0xFF, sizeof(empty));
-        for (uint8_t half = 0; half < 2; ++half)
-            Q310_REQUEST(Kel_Zentor1Phase_Client_WriteHolidaysTable(&clientContext, half, empty),
-                         kWriteWeekendScale.text);
-        return Q310_RESULT_OK;
-    }
+// The file is not read: both holiday halves are written empty (all 0xFF), which clears the meter's
+// holiday list.
+int32_t eWriteWeekendScale(uint32_t adr, const char* fName, char* outErr)
+{
+    Q310_ENTER("eWriteWeekendScale");
+    (void)adr;
+    Q310_REJECT_NULL(fName);
+    Q310_REJECT_NULL(outErr);
+    uint8_t empty[Q310_HOLIDAY_HALF_SIZE];
+    memset(empty, 0xFF, sizeof(empty));
+    for (uint8_t half = 0; half < 2; ++half)
+        Q310_REQUEST(Kel_Zentor1Phase_Client_WriteHolidaysTable(&clientContext, half, empty),
+                     kWriteWeekendScale);
+    return Q310_RESULT_OK;
+}
 
-    int32_t eReadWeekendScale2(uint32_t adr, char* holiday, char* outErr)
-    {
-        Q310_ENTER("eReadWeekendScale2");
-        (void)adr;
-        Q310_REJECT_NULL(holiday);
-        Q310_REJECT_NULL(outErr);
-        uint8_t halves[2][Q310_HOLIDAY_HALF_SIZE];
-        for (uint8_t half = 0; half < 2; ++half)
-            Q310_REQUEST(Kel_Zentor1Phase_Client_ReadHolidaysTable(&clientContext, half, halves[half]),
-                         kReadWeekendScale.text);
-        Q310_AppendHolidayText(holiday, halves[0], halves[1]);
-        return Q310_RESULT_OK;
-    }
+int32_t eReadWeekendScale2(uint32_t adr, char* holiday, char* outErr)
+{
+    Q310_ENTER("eReadWeekendScale2");
+    (void)adr;
+    Q310_REJECT_NULL(holiday);
+    Q310_REJECT_NULL(outErr);
+    uint8_t halves[2][Q310_HOLIDAY_HALF_SIZE];
+    for (uint8_t half = 0; half < 2; ++half)
+        Q310_REQUEST(Kel_Zentor1Phase_Client_ReadHolidaysTable(&clientContext, half, halves[half]),
+                     kReadWeekendScale);
+    Q310_AppendHolidayText(holiday, halves[0], halves[1]);
+    return Q310_RESULT_OK;
+}
 
-    int32_t eWriteWeekendScale2(uint32_t adr, const char* holiday, char* outErr)
-    {
-        Q310_ENTER("eWriteWeekendScale2");
-        (void)adr;
-        Q310_REJECT_NULL(holiday);
-        Q310_REJECT_NULL(outErr);
-        uint8_t halves[2][Q310_HOLIDAY_HALF_SIZE];
-        Q310_ParseHolidayText(holiday, halves[0], halves[1]);
-        for (uint8_t half = 0; half < 2; ++half)
-            Q310_REQUEST(Kel_Zentor1Phase_Client_WriteHolidaysTable(&clientContext, half, halves[half]),
-                         kWriteWeekendScale.text);
-        return Q310_RESULT_OK;
-    }
+int32_t eWriteWeekendScale2(uint32_t adr, const char* holiday, char* outErr)
+{
+    Q310_ENTER("eWriteWeekendScale2");
+    (void)adr;
+    Q310_REJECT_NULL(holiday);
+    Q310_REJECT_NULL(outErr);
+    uint8_t halves[2][Q310_HOLIDAY_HALF_SIZE];
+    Q310_ParseHolidayText(holiday, halves[0], halves[1]);
+    for (uint8_t half = 0; half < 2; ++half)
+        Q310_REQUEST(Kel_Zentor1Phase_Client_WriteHolidaysTable(&clientContext, half, halves[half]),
+                     kWriteWeekendScale);
+    return Q310_RESULT_OK;
+}
 
 // 35 bytes, one a stack word, sent in argument order behind command 0x78.
 #define Q310_B5(n) uint32_t b##n##0, uint32_t b##n##1, uint32_t b##n##2, uint32_t b##n##3, uint32_t b##n##4
 #define Q310_V5(n) b##n##0, b##n##1, b##n##2, b##n##3, b##n##4
-    int32_t eWriteTSFast(uint32_t adr, Q310_B5(0), Q310_B5(1), Q310_B5(2), Q310_B5(3), Q310_B5(4), Q310_B5(5),
-                         Q310_B5(6), char* outErr)
-    {
-        Q310_ENTER("eWriteTSFast");
-        (void)adr;
-        Q310_REJECT_NULL(outErr);
-        const uint32_t words[35] = {Q310_V5(0), Q310_V5(1), Q310_V5(2), Q310_V5(3),
-                                    Q310_V5(4), Q310_V5(5), Q310_V5(6)};
-        uint8_t payload[35];
-        for (uint32_t i = 0; i < 35; ++i)
-            payload[i] = static_cast<uint8_t>(words[i]);
-        Q310_REQUEST(Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext, kWriteFastTable,
-                                                        payload, 35),
-                     kWriteTSFast.text);
-        return Q310_RESULT_OK;
-    }
+int32_t eWriteTSFast(uint32_t adr, Q310_B5(0), Q310_B5(1), Q310_B5(2), Q310_B5(3), Q310_B5(4), Q310_B5(5),
+                     Q310_B5(6), char* outErr)
+{
+    Q310_ENTER("eWriteTSFast");
+    (void)adr;
+    Q310_REJECT_NULL(outErr);
+    const uint32_t words[35] = {Q310_V5(0), Q310_V5(1), Q310_V5(2), Q310_V5(3),
+                                Q310_V5(4), Q310_V5(5), Q310_V5(6)};
+    uint8_t payload[35];
+    for (uint32_t i = 0; i < 35; ++i)
+        payload[i] = static_cast<uint8_t>(words[i]);
+    Q310_REQUEST(
+        Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext, kWriteFastTable, payload, 35),
+        kWriteTSFast);
+    return Q310_RESULT_OK;
+}
 #undef Q310_B5
 #undef Q310_V5
 
-    // No error buffer: 0 for any failure, the reason only in the trace.
-    int32_t eReadModeTariffProfile(uint32_t adr, uint32_t* ModeTariffProfile, uint32_t* CntBuf)
+// No error buffer: 0 for any failure, the reason only in the trace.
+int32_t eReadModeTariffProfile(uint32_t adr, uint32_t* ModeTariffProfile, uint32_t* CntBuf)
+{
+    Q310_ENTER("eReadModeTariffProfile");
+    (void)adr;
+    Q310_REJECT_NULL(ModeTariffProfile);
+    Q310_REJECT_NULL(CntBuf);
+    static constexpr uint8_t parameters[4] = {0xE0, 0x01, 0x12, 0x19};
+    const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
+                                                                     kTariffProfileMode, parameters, 4);
+    if (Kel_IsBad(status))
     {
-        Q310_ENTER("eReadModeTariffProfile");
-        (void)adr;
-        Q310_REJECT_NULL(ModeTariffProfile);
-        Q310_REJECT_NULL(CntBuf);
-        static constexpr uint8_t parameters[4] = {0xE0, 0x01, 0x12, 0x19};
-        const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
-                                                                         kTariffProfileMode, parameters, 4);
-        if (Kel_IsBad(status))
-        {
-            Kel_Trace_GotoBad(kelScope, __LINE__, status);
-            return Q310_RESULT_FAILED;
-        }
-        if (clientContext.ApplicationContext.inBufferIndex != 2)
-        {
-            Kel_Trace_GotoCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse",
-                               Kel_BadDeviceUnknownResponse);
-            return Q310_RESULT_FAILED;
-        }
-        *ModeTariffProfile = clientContext.ApplicationContext.inBuffer[1];
-        *CntBuf = 2;
-        return Q310_RESULT_OK;
+        Kel_Trace_GotoBad(kelScope, __LINE__, status);
+        return Q310_RESULT_FAILED;
     }
-
-    // The mode byte and today's date from the computer's clock: day, month and the two-digit year formed
-    // as the BCD of the low byte of year + 0x30 (year - 2000 for 2000..2099).
-    int32_t eWriteModeTariffProfile(uint32_t adr, uint32_t mode, char* outErr)
+    if (clientContext.ApplicationContext.inBufferIndex != 2)
     {
-        Q310_ENTER("eWriteModeTariffProfile");
-        (void)adr;
-        Q310_REJECT_NULL(outErr);
-        const DateTime now{static_cast<int32_t>(time(KEL_NULL)), 0};
-        uint16_t year = 0, millisecond = 0;
-        uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
-        Q310_REQUEST(
-            Kel_Utils_DecodeDateTime(&now, &year, &month, &day, &hour, &minute, &second, &millisecond),
-            kWriteModeTariffProfile.text);
-        uint8_t payload[4] = {static_cast<uint8_t>(mode), 0, 0, 0};
-        Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(day, &payload[1]), kWriteModeTariffProfile.text);
-        Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(month, &payload[2]), kWriteModeTariffProfile.text);
-        Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(static_cast<uint8_t>(year + 0x30), &payload[3]),
-                     kWriteModeTariffProfile.text);
-        Q310_REQUEST(Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext, kTariffProfileMode,
-                                                        payload, 4),
-                     kWriteModeTariffProfile.text);
-        return Q310_RESULT_OK;
+        Kel_Trace_GotoCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse);
+        return Q310_RESULT_FAILED;
     }
+    *ModeTariffProfile = clientContext.ApplicationContext.inBuffer[1];
+    *CntBuf = 2;
+    return Q310_RESULT_OK;
+}
 
-} // extern "C"
+// The mode byte and today's date from the computer's clock: day, month and the two-digit year formed
+// as the BCD of the low byte of year + 0x30 (year - 2000 for 2000..2099).
+int32_t eWriteModeTariffProfile(uint32_t adr, uint32_t mode, char* outErr)
+{
+    Q310_ENTER("eWriteModeTariffProfile");
+    (void)adr;
+    Q310_REJECT_NULL(outErr);
+    const DateTime now{static_cast<int32_t>(time(KEL_NULL)), 0};
+    uint16_t year = 0, millisecond = 0;
+    uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    Q310_REQUEST(Kel_Utils_DecodeDateTime(&now, &year, &month, &day, &hour, &minute, &second, &millisecond),
+                 kWriteModeTariffProfile);
+    uint8_t payload[4] = {static_cast<uint8_t>(mode), 0, 0, 0};
+    Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(day, &payload[1]), kWriteModeTariffProfile);
+    Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(month, &payload[2]), kWriteModeTariffProfile);
+    Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(static_cast<uint8_t>(year + 0x30), &payload[3]),
+                 kWriteModeTariffProfile);
+    Q310_REQUEST(
+        Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext, kTariffProfileMode, payload, 4),
+        kWriteModeTariffProfile);
+    return Q310_RESULT_OK;
+}
