@@ -15,6 +15,7 @@ uint8_t SendBuffer[Q310_SEND_BUFFER_SIZE];
 uint8_t aBytesWrited;
 uint8_t PORT;
 uint32_t NUM;
+Kel_Zentor1Phase_ClientContext clientContext;
 Kel_P_Stopwatch_Context aStopwatchContextMeter;
 constinit Kel_P_Tcp_Context client_socket_context = []
 {

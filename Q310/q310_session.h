@@ -4,6 +4,7 @@
 // no exported function takes a session handle.
 #pragma once
 
+#include "protocols/orlenta/1phase/kel_zentor1phase_client.h"
 #include "shared/kel_serialchannel.h"
 #include "shared/platform/kel_p_serial.h"
 #include "shared/platform/kel_p_stopwatch.h"
@@ -27,6 +28,8 @@ extern Kel_P_Serial_Context aSerialContextMeter;
 extern Kel_P_Serial_DCB gl_dcb;
 // The one channel; eOpen, eTcpOpen and the flag setters re-initialise it in place.
 extern Kel_SerialChannel_Context serialChannelMeter;
+// The protocol client of the one meter; eReadSerialNumber creates it, every other data export uses it.
+extern Kel_Zentor1Phase_ClientContext clientContext;
 // "COM%d" of eOpen's port number.
 extern char glCommPortName[Q310_COMM_PORT_NAME_SIZE];
 // The host's five serial time-outs; eTcpOpen sets only word 3 (ReadTotalTimeoutConstant), the read

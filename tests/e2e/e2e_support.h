@@ -20,6 +20,8 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <mutex>
+#include <vector>
 #include <string>
 #include <unistd.h>
 
@@ -86,6 +88,12 @@ protected:
     void SetUp() override
     {
         simulator = std::make_unique<zentor_sim::Simulator>(FrozenMeter());
+        simulator->SetTrace(
+            [this](const std::string& aLine)
+            {
+                std::lock_guard<std::mutex> lock(traceMutex);
+                trace.push_back(aLine);
+            });
         ClearErr();
     }
     void TearDown() override
@@ -125,6 +133,27 @@ protected:
         return result == 1;
     }
 
+    // The simulator's trace lines ("rx <hex>", "tx <hex>", "-- <note>") since the last ClearTrace.
+    std::vector<std::string> Trace()
+    {
+        std::lock_guard<std::mutex> lock(traceMutex);
+        return trace;
+    }
+    void ClearTrace()
+    {
+        std::lock_guard<std::mutex> lock(traceMutex);
+        trace.clear();
+    }
+    // Number of inputs the simulator received since the last ClearTrace.
+    size_t Received()
+    {
+        size_t count = 0;
+        for (const std::string& line : Trace())
+            if (line.rfind("rx ", 0) == 0)
+                ++count;
+        return count;
+    }
+
     void ClearErr() { memset(err, kUntouched, sizeof(err)); }
     bool ErrUntouched() const
     {
@@ -141,6 +170,8 @@ protected:
 
     std::unique_ptr<zentor_sim::Simulator> simulator;
     bool opened = false;
+    std::mutex traceMutex;
+    std::vector<std::string> trace;
     char err[kErrSize];
 };
 

@@ -1,0 +1,256 @@
+// Session and connection: eOpen, eTcpOpen, eClose and the three path flag setters.
+#define KEL_TRACE_FILE "Q310"
+#include "Q310/q310_channels.h"
+#include "Q310/q310_export_support.h"
+#include "Q310/q310_exports_session.h"
+#include "Q310/q310_session.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+constexpr auto kOpenText = Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
+constexpr auto kTcpOpenText = Q310_Cp1251("Запрос на открытие TCP/IP сокета: Ошибка.");
+static_assert(kOpenText.length == 53 && kTcpOpenText.length == 41);
+
+// The trace files, relative to the host's working directory. POSIX hosts get the same folder with the
+// POSIX separator.
+#ifdef _WIN32
+constexpr const char* kTraceFile = "tmp\\trace.txt";
+constexpr const char* kTraceErrorsFile = "tmp\\traceerrors.txt";
+#else
+constexpr const char* kTraceFile = "tmp/trace.txt";
+constexpr const char* kTraceErrorsFile = "tmp/traceerrors.txt";
+#endif
+
+// Whether eOpen has put a port into aSerialContextMeter. The zeroed context of a session that never
+// called eOpen holds handle 0, which eClose must not close (on POSIX it is the process's standard
+// input).
+bool serialPortCreated = false;
+} // namespace
+
+Kel_StatusCode Q310_StartTracing()
+{
+    Kel_StatusCode status = Kel_Trace_Initialize(KEL_TRACE_LEVEL_FLOW);
+    if (Kel_IsBad(status))
+        return status;
+    status = Kel_P_Trace_Console_Enable();
+    if (Kel_IsBad(status))
+        return status;
+    status = Kel_P_Trace_File_Enable(kTraceFile);
+    if (Kel_IsBad(status))
+        return status;
+    return Kel_P_Trace_File_Errors_Enable(kTraceErrorsFile);
+}
+
+bool Q310_ParseMode(const char* pMode, Q310_Mode* pParsed)
+{
+    int baudRate = static_cast<int>(pParsed->baudRate);
+    int dataBits = pParsed->dataBits;
+    int stopBits = pParsed->stopBits;
+    // Each word is held in 16 characters: a longer one is cut at 15, and the text behind its cut no
+    // longer matches the rest of the format, so the later fields keep their earlier values.
+    const int fields = sscanf(pMode, "baud=%d parity=%15s data=%d stop=%d dtr=%15s rts=%15s", &baudRate,
+                              pParsed->parity, &dataBits, &stopBits, pParsed->dtr, pParsed->rts);
+    if (fields == EOF)
+        return false;
+    pParsed->baudRate = static_cast<uint32_t>(baudRate);
+    pParsed->dataBits = static_cast<uint8_t>(dataBits);
+    pParsed->stopBits = static_cast<uint8_t>(stopBits);
+    return true;
+}
+
+void Q310_ApplyMode(const Q310_Mode& aMode, Kel_P_Serial_DCB* pDcb)
+{
+    pDcb->BaudRate = aMode.baudRate;
+    pDcb->ByteSize = aMode.dataBits;
+    if (aMode.stopBits == 2)
+        pDcb->StopBits = KEL_SERIAL_TWOSTOPBITS;
+    else if (aMode.stopBits == 3)
+        pDcb->StopBits = KEL_SERIAL_ONE5STOPBITS;
+    else
+        pDcb->StopBits = KEL_SERIAL_ONESTOPBIT;
+    static const struct
+    {
+        const char* word;
+        uint8_t parity;
+    } kParities[] = {{"None", KEL_SERIAL_NOPARITY},
+                     {"Odd", KEL_SERIAL_ODDPARITY},
+                     {"Even", KEL_SERIAL_EVENPARITY},
+                     {"Mask", KEL_SERIAL_MARKPARITY},
+                     {"Space", KEL_SERIAL_SPACEPARITY}};
+    for (const auto& entry : kParities)
+    {
+        if (strcmp(aMode.parity, entry.word) == 0)
+        {
+            pDcb->fParity = entry.parity != KEL_SERIAL_NOPARITY ? 1 : 0;
+            pDcb->Parity = entry.parity;
+            break;
+        }
+    }
+    // The dtr and rts words are accepted and not used: both lines are driven by eOpen itself.
+    pDcb->fOutX = 0;
+    pDcb->fInX = 0;
+    pDcb->fDtrControl = KEL_SERIAL_DTR_CONTROL_DISABLE;
+    pDcb->fRtsControl = KEL_SERIAL_RTS_CONTROL_DISABLE;
+    pDcb->XonChar = 0;
+    pDcb->XoffChar = 0;
+    pDcb->XonLim = 0;
+    pDcb->XoffLim = 0;
+}
+
+extern "C" int32_t Q310_CALL eOpen(int32_t portNumber, const char* mode, const uint32_t* pCommTimeOuts,
+                                   char* outErr)
+{
+    Q310_EXPORT_ENTER(eOpen);
+    KEL_REJECT_NULL(mode);
+    KEL_REJECT_NULL(pCommTimeOuts);
+    KEL_REJECT_NULL(outErr);
+
+    Kel_StatusCode status = Q310_StartTracing();
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
+    snprintf(glCommPortName, sizeof(glCommPortName), "COM%d", portNumber);
+    glCommTimeOuts.ReadIntervalTimeout = pCommTimeOuts[0];
+    glCommTimeOuts.ReadTotalTimeoutMultiplier = pCommTimeOuts[1];
+    glCommTimeOuts.ReadTotalTimeoutConstant = pCommTimeOuts[2];
+    glCommTimeOuts.WriteTotalTimeoutMultiplier = pCommTimeOuts[3];
+    glCommTimeOuts.WriteTotalTimeoutConstant = pCommTimeOuts[4];
+
+    Q310_Mode parsed{};
+    parsed.baudRate = gl_dcb.BaudRate;
+    parsed.dataBits = gl_dcb.ByteSize;
+    parsed.stopBits = gl_dcb.StopBits;
+    if (!Q310_ParseMode(mode, &parsed))
+        return Q310_FailWith(kelScope, __LINE__, Kel_BadInvalidArgument, outErr, kOpenText);
+    gl_dcb.BaudRate = parsed.baudRate;
+    gl_dcb.ByteSize = parsed.dataBits;
+    gl_dcb.StopBits = parsed.stopBits;
+
+    // A second eOpen without eClose creates the context over the old one and leaves the old port open.
+    status = Kel_P_Serial_CreateContext(&aSerialContextMeter);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
+    serialPortCreated = true;
+    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Open '%s'\n", glCommPortName);
+    status = Kel_P_Serial_Open(glCommPortName, 1, &aSerialContextMeter);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
+    if (Kel_P_Serial_SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts) == 0)
+        return Q310_FailExpr(kelScope, __LINE__,
+                             "SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts)==0", outErr,
+                             kOpenText);
+    if (Kel_P_Serial_GetCommState(aSerialContextMeter.port_fd, &aSerialContextMeter.dcb) == 0)
+        return Q310_FailExpr(kelScope, __LINE__,
+                             "(GetCommState(aSerialContextMeter.port_fd,&aSerialContextMeter.dcb)==0)",
+                             outErr, kOpenText);
+    Q310_ApplyMode(parsed, &aSerialContextMeter.dcb);
+    Kel_P_Serial_SetCommState(aSerialContextMeter.port_fd, &aSerialContextMeter.dcb);
+    status = Kel_P_Stopwatch_Restart(&aStopwatchContextMeter);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
+    status = Kel_SerialChannel_CreateContext(&aSerialContextMeter, &serialChannelMeter);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
+    Kel_P_Serial_Set_Signal(&aSerialContextMeter, KEL_SERIAL_SIGNAL_DTR);
+    status = Kel_P_Serial_Set_Signal(&aSerialContextMeter, KEL_SERIAL_SIGNAL_RTS);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
+    return 1;
+}
+
+extern "C" int32_t Q310_CALL eTcpOpen(int32_t tcpPort, const char* ipAddress, uint32_t reserved,
+                                      uint32_t readTimeout, char* outErr)
+{
+    (void)reserved;
+    Q310_EXPORT_ENTER(eTcpOpen);
+    KEL_REJECT_NULL(ipAddress);
+    KEL_REJECT_NULL(outErr);
+    // Kept even when a later step fails.
+    glCommTimeOuts.ReadTotalTimeoutConstant = readTimeout;
+    Kel_StatusCode status = Q310_StartTracing();
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
+    status = Kel_SerialChannel_CreateContextTcpClient(&client_socket_context, &serialChannelMeter);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
+    status = Kel_P_Tcp_Client_Create(&client_socket_context, ipAddress, static_cast<uint16_t>(tcpPort),
+                                     readTimeout);
+    if (Kel_IsBad(status))
+        return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
+    return 1;
+}
+
+extern "C" int32_t Q310_CALL eClose(uint32_t reserved, char* outErr)
+{
+    (void)reserved;
+    Q310_EXPORT_ENTER(eClose);
+    KEL_REJECT_NULL(outErr);
+    int32_t result = 1;
+    Kel_StatusCode status = Kel_P_Tcp_Close(&client_socket_context);
+    if (Kel_IsBad(status))
+    {
+        Kel_Trace_GotoBad(kelScope, __LINE__, status);
+        result = 0;
+    }
+    if (serialPortCreated)
+    {
+        status = Kel_P_Serial_Close(&aSerialContextMeter);
+        if (Kel_IsBad(status))
+        {
+            Kel_Trace_GotoBad(kelScope, __LINE__, status);
+            result = 0;
+        }
+        else
+            serialPortCreated = false;
+    }
+    Kel_Trace_Finalize();
+    return result;
+}
+
+extern "C" int32_t Q310_CALL eSetEchoFlag(uint32_t flag)
+{
+    Q310_EXPORT_ENTER(eSetEchoFlag);
+    EchoFlag = flag;
+    if (flag != 0)
+    {
+        const Kel_StatusCode status =
+            Kel_SerialChannel_CreateContext_EchoRS485(&aSerialContextMeter, &serialChannelMeter);
+        if (Kel_IsBad(status))
+            Kel_Trace_GotoBad(kelScope, __LINE__, status);
+    }
+    return 0;
+}
+
+extern "C" int32_t Q310_CALL eSetGSMFlag(uint32_t mode)
+{
+    Q310_EXPORT_ENTER(eSetGSMFlag);
+    GSMFlag = mode;
+    Kel_StatusCode status = Kel_Good;
+    if (mode == Q310_GSM_DATA_CALL)
+        status = Kel_SerialChannel_CreateContext_EchoGSM(&aSerialContextMeter, &serialChannelMeter);
+    else if (mode == Q310_GSM_GATEWAY)
+        status = Kel_SerialChannel_CreateContext_GatewayGSM(&aSerialContextMeter, &serialChannelMeter);
+    if (Kel_IsBad(status))
+    {
+        Kel_Trace_GotoBad(kelScope, __LINE__, status);
+        return 0;
+    }
+    return 1;
+}
+
+extern "C" int32_t Q310_CALL eSetTcpFlag(uint32_t tcpFlag, uint32_t tcpEchoFlag)
+{
+    Q310_EXPORT_ENTER(eSetTcpFlag);
+    TCPFlag = tcpFlag;
+    TCPEchoFlag = tcpEchoFlag;
+    if (tcpFlag == 0)
+    {
+        const Kel_StatusCode status = Kel_P_Tcp_Close(&client_socket_context);
+        if (Kel_IsBad(status))
+            Kel_Trace_GotoBad(kelScope, __LINE__, status);
+    }
+    // Tracing stops here on purpose: nothing more is traced until the next eOpen or eTcpOpen.
+    return static_cast<int32_t>(Kel_Trace_Finalize());
+}

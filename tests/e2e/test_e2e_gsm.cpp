@@ -1,0 +1,202 @@
+// The GSM modem commands and the gateway's parameter packet end to end against the simulator's modem
+// and gateway line modes on a pseudo-terminal: the bytes each command sends, the data-call flow (ATZ,
+// AT+CBST, ATD to CONNECT, eSetGSMFlag(1), reads, eDisconnectGSM), the dial failures with the modem's
+// answer behind the message, and the gateway flow (eSetGSMFlag(2), eWriteParamGSMLock, reads).
+#include "e2e_support.h"
+
+#include "Q310/q310_exports_session.h"
+#include "Q310/q310_session.h"
+
+#include <algorithm>
+#include <string>
+
+namespace
+{
+using e2e::Path;
+using e2e::SessionTest;
+using zentor_sim::LineMode;
+
+class Gsm : public SessionTest
+{
+protected:
+    bool SawInput(const std::string& aHex)
+    {
+        const auto lines = Trace();
+        return std::find(lines.begin(), lines.end(), "rx " + aHex) != lines.end();
+    }
+    void ModemMode(bool aEcho)
+    {
+        simulator->Line().SetMode(LineMode::Modem);
+        simulator->Line().Modem().echo = aEcho;
+        simulator->Line().Modem().savedEcho = aEcho;
+        simulator->Line().Modem().dialStepMs = 100;
+    }
+};
+
+TEST_P(Gsm, DataCallFlow)
+{
+    // The modem echoes commands and the library knows it (EchoMode 1): each dial answer and the escape
+    // have their echo read first.
+    ModemMode(true);
+    ASSERT_TRUE(OpenPath());
+
+    EXPECT_EQ(eWriteATZtoGSM(err), 1);
+    EXPECT_TRUE(SawInput("41 54 5A 0D"));
+    EXPECT_EQ(eSetEchoMode(1, err), 1);
+    EXPECT_TRUE(SawInput("41 54 45 31 0D"));
+    EXPECT_TRUE(SawInput("41 54 26 57 0D"));
+    EXPECT_EQ(EchoMode, 1u);
+    EXPECT_EQ(eWriteATCBSTtoGSM("71,0,1", 6, err), 1);
+    EXPECT_TRUE(SawInput("41 54 2B 43 42 53 54 3D 37 31 2C 30 2C 31 0D"));
+    EXPECT_EQ(eWriteATD2toGSM(err), 1);
+    EXPECT_TRUE(SawInput("41 54 26 44 32 0D"));
+    EXPECT_EQ(eWriteATS7toGSM(err), 1);
+    EXPECT_TRUE(SawInput("41 54 53 37 3D 36 30 0D"));
+
+    ASSERT_EQ(eWriteATDtoGSM("5550100", 7, 5, err), 1);
+    EXPECT_TRUE(SawInput("41 54 44 35 35 35 30 31 30 30 0D"));
+    // The host's read time-out is back after the call connected.
+    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, e2e::kTimeOuts[2]);
+    {
+        auto lock = simulator->Lock();
+        EXPECT_TRUE(simulator->Line().ModemConnected());
+        EXPECT_EQ(simulator->Line().Modem().dialledNumber, "5550100");
+        EXPECT_EQ(simulator->Line().Modem().cbst, "71,0,1");
+    }
+
+    // The data call echoes every request: the GSM variant removes the echo.
+    ASSERT_EQ(eSetGSMFlag(1), 1);
+    char text[64] = {};
+    ASSERT_EQ(eReadSerialNumber(e2e::kAddress, text, err), 1);
+    EXPECT_STREQ(text, "21000417");
+    ASSERT_EQ(eReadFrequency(0, text, err), 1);
+    EXPECT_STREQ(text, "50.01");
+
+    ASSERT_EQ(eDisconnectGSM(err), 1);
+    EXPECT_TRUE(SawInput("2B 2B 2B"));
+    EXPECT_TRUE(SawInput("41 54 48 0D"));
+    {
+        auto lock = simulator->Lock();
+        EXPECT_FALSE(simulator->Line().ModemConnected());
+    }
+    // Back on the plain channel.
+    EXPECT_EQ(eWriteATZtoGSM(err), 1);
+    EXPECT_TRUE(ErrUntouched());
+}
+
+TEST_P(Gsm, RingThenConnect)
+{
+    ModemMode(false);
+    simulator->Line().Modem().dialProgress = {"RING"};
+    ASSERT_TRUE(OpenPath());
+    EchoMode = 0;
+    ASSERT_EQ(eWriteATDtoGSM("5550100", 7, 5, err), 1);
+    auto lock = simulator->Lock();
+    EXPECT_TRUE(simulator->Line().ModemConnected());
+}
+
+TEST_P(Gsm, EchoModeOneAndTheOkInsideTheEcho)
+{
+    ModemMode(false);
+    ASSERT_TRUE(OpenPath());
+    EXPECT_EQ(eSetEchoMode(1, err), 1);
+    EXPECT_TRUE(SawInput("41 54 45 31 0D"));
+    EXPECT_EQ(EchoMode, 1u);
+    auto lock = simulator->Lock();
+    EXPECT_TRUE(simulator->Line().Modem().echo);
+    EXPECT_TRUE(simulator->Line().Modem().savedEcho);
+}
+
+TEST_P(Gsm, DialFailures)
+{
+    ModemMode(false);
+    simulator->Line().Modem().dialResult = "NO CARRIER";
+    ASSERT_TRUE(OpenPath());
+    EchoMode = 0;
+
+    // A number of 13 digits: 0 at once, no text, nothing sent.
+    ClearTrace();
+    EXPECT_EQ(eWriteATDtoGSM("1234567890123", 13, 5, err), 0);
+    EXPECT_TRUE(ErrUntouched());
+    EXPECT_EQ(Received(), 0u);
+
+    EXPECT_EQ(eWriteATDtoGSM("5550100", 7, 2, err), 0);
+    // "Дозвон по GSM каналу CSD режим: ошибка " and the modem's answer.
+    const std::string expected =
+        std::string("\xC4\xEE\xE7\xE2\xEE\xED \xEF\xEE GSM \xEA\xE0\xED\xE0\xEB\xF3 CSD "
+                    "\xF0\xE5\xE6\xE8\xEC: \xEE\xF8\xE8\xE1\xEA\xE0 ") +
+        "\r\nNO CARRIER\r\n";
+    EXPECT_EQ(std::string(err), expected);
+    EXPECT_EQ(err[expected.size() + 1], e2e::kUntouched);
+    // The dial time-out stays in force after a failed dial.
+    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, 2000u);
+}
+
+TEST_P(Gsm, NoModemAnswer)
+{
+    ASSERT_TRUE(OpenPath());
+    // A plain meter line ignores AT commands.
+    EXPECT_EQ(eWriteATZtoGSM(err), 0);
+    // "Запрос на запись AT команды ATZ: Нет ответа."
+    EXPECT_EQ(std::string(err),
+              "\xC7\xE0\xEF\xF0\xEE\xF1 \xED\xE0 \xE7\xE0\xEF\xE8\xF1\xFC AT \xEA\xEE\xEC\xE0\xED"
+              "\xE4\xFB ATZ: \xCD\xE5\xF2 \xEE\xF2\xE2\xE5\xF2\xE0.");
+    ClearErr();
+    EXPECT_EQ(eWriteATCBSTtoGSM("12345678901234567890123", 23, err), 0);
+    EXPECT_TRUE(ErrUntouched());
+    EXPECT_EQ(eWriteATZtoGSM(nullptr), static_cast<int32_t>(0x80AB0000u));
+    EXPECT_EQ(eWriteATCBSTtoGSM(nullptr, 1, err), static_cast<int32_t>(0x80AB0000u));
+    EXPECT_EQ(eWriteATDtoGSM(nullptr, 1, 1, err), static_cast<int32_t>(0x80AB0000u));
+    EXPECT_EQ(eWriteParamGSMLock(9600, 8, 1, 0, 0, 500, 0, nullptr), static_cast<int32_t>(0x80AB0000u));
+    EXPECT_TRUE(ErrUntouched());
+}
+
+TEST_P(Gsm, GatewayFlow)
+{
+    simulator->Line().SetMode(LineMode::Gateway);
+    ASSERT_TRUE(OpenPath());
+    ASSERT_EQ(eSetGSMFlag(2), 1);
+    const uint32_t number = NUM + 1;
+    ASSERT_EQ(eWriteParamGSMLock(9600, 8, 1, 0, 0, 500, 3, err), 1);
+    {
+        auto lock = simulator->Lock();
+        EXPECT_EQ(simulator->Line().Gateway().lastParameters, (zentor_sim::Bytes{0x01, 0x16, 0x25, 0x03}));
+    }
+    EXPECT_EQ(NUM, number);
+    // The gateway's answer switched the channel to packets.
+    EXPECT_EQ(PORT, 1);
+    char text[64] = {};
+    ASSERT_EQ(eReadSerialNumber(e2e::kAddress, text, err), 1);
+    EXPECT_STREQ(text, "21000417");
+    ASSERT_EQ(eReadFrequency(0, text, err), 1);
+    EXPECT_STREQ(text, "50.01");
+    EXPECT_TRUE(ErrUntouched());
+}
+
+TEST(GatewayParameters, DataBytes)
+{
+    uint8_t data[4];
+    Q310_GatewayParameters(9600, 8, 1, 0, 0, 500, 0x1FF, data);
+    EXPECT_EQ(data[0], 0x01);
+    EXPECT_EQ(data[1], 0x16);
+    EXPECT_EQ(data[2], 0x25);
+    EXPECT_EQ(data[3], 0xFF);
+    Q310_GatewayParameters(115200, 7, 2, 1, 1, 0, 0, data);
+    EXPECT_EQ(data[1], 0x0C | 0x20 | 0x40 | 0x80);
+    Q310_GatewayParameters(300, 8, 2, 2, 0, 0, 0, data);
+    EXPECT_EQ(data[1], 0x01 | 0x10 | 0x20);
+    Q310_GatewayParameters(12345, 8, 1, 0, 0, 0, 0, data);
+    EXPECT_EQ(data[1], 0x06 | 0x10);
+
+    const struct
+    {
+        uint32_t value;
+        uint8_t code;
+    } timeouts[] = {{0, 0},       {15, 15},     {16, 0x11},    {159, 0x1F}, {160, 0x21},
+                    {1599, 0x2F}, {1600, 0x31}, {15999, 0x3F}, {16000, 1},  {100000, 1}};
+    for (const auto& t : timeouts)
+        EXPECT_EQ(Q310_GatewayTimeoutCode(t.value), t.code) << t.value;
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, Gsm, ::testing::Values(Path::Serial), e2e::PathName);
+} // namespace

@@ -1,0 +1,144 @@
+// eOpen's mode text: what it reads, what it keeps, and how the line settings change from it.
+#include "Q310/q310_exports_session.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace
+{
+Q310_Mode Earlier()
+{
+    Q310_Mode mode{};
+    mode.baudRate = 1200;
+    mode.dataBits = 7;
+    mode.stopBits = 2;
+    return mode;
+}
+
+TEST(ModeText, FullTextReadsEveryField)
+{
+    Q310_Mode mode = Earlier();
+    ASSERT_TRUE(Q310_ParseMode("baud=9600 parity=Even data=8 stop=1 dtr=on rts=off", &mode));
+    EXPECT_EQ(mode.baudRate, 9600u);
+    EXPECT_EQ(mode.dataBits, 8);
+    EXPECT_EQ(mode.stopBits, 1);
+    EXPECT_STREQ(mode.parity, "Even");
+    EXPECT_STREQ(mode.dtr, "on");
+    EXPECT_STREQ(mode.rts, "off");
+}
+
+TEST(ModeText, OnlyAnEmptyTextIsRefused)
+{
+    Q310_Mode mode = Earlier();
+    EXPECT_FALSE(Q310_ParseMode("", &mode));
+    EXPECT_FALSE(Q310_ParseMode("   \t", &mode));
+    // A text that matches nothing is accepted and changes nothing.
+    EXPECT_TRUE(Q310_ParseMode("speed=9600", &mode));
+    EXPECT_EQ(mode.baudRate, 1200u);
+    EXPECT_EQ(mode.dataBits, 7);
+    EXPECT_EQ(mode.stopBits, 2);
+    EXPECT_STREQ(mode.parity, "");
+}
+
+TEST(ModeText, FieldsAfterAMismatchKeepTheirValues)
+{
+    Q310_Mode mode = Earlier();
+    ASSERT_TRUE(Q310_ParseMode("baud=4800 parity=None date=8 stop=1", &mode));
+    EXPECT_EQ(mode.baudRate, 4800u);
+    EXPECT_STREQ(mode.parity, "None");
+    EXPECT_EQ(mode.dataBits, 7);
+    EXPECT_EQ(mode.stopBits, 2);
+}
+
+TEST(ModeText, WordsAreCutAtFifteenCharacters)
+{
+    Q310_Mode mode = Earlier();
+    ASSERT_TRUE(Q310_ParseMode("baud=9600 parity=ABCDEFGHIJKLMNOP data=8 stop=1 dtr=on rts=on", &mode));
+    EXPECT_STREQ(mode.parity, "ABCDEFGHIJKLMNO");
+    // "P data=8" does not match " data=%d": the rest keeps its values.
+    EXPECT_EQ(mode.dataBits, 7);
+    EXPECT_EQ(mode.stopBits, 2);
+    EXPECT_STREQ(mode.dtr, "");
+}
+
+Kel_P_Serial_DCB PortAsFound()
+{
+    Kel_P_Serial_DCB dcb{};
+    dcb.BaudRate = 300;
+    dcb.ByteSize = 5;
+    dcb.fParity = 1;
+    dcb.Parity = KEL_SERIAL_ODDPARITY;
+    dcb.StopBits = KEL_SERIAL_TWOSTOPBITS;
+    dcb.fOutX = 1;
+    dcb.fInX = 1;
+    dcb.fDtrControl = KEL_SERIAL_DTR_CONTROL_HANDSHAKE;
+    dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_HANDSHAKE;
+    dcb.XonChar = 0x11;
+    dcb.XoffChar = 0x13;
+    dcb.XonLim = 2048;
+    dcb.XoffLim = 512;
+    return dcb;
+}
+
+Kel_P_Serial_DCB Applied(const char* pText)
+{
+    Q310_Mode mode{};
+    EXPECT_TRUE(Q310_ParseMode(pText, &mode));
+    Kel_P_Serial_DCB dcb = PortAsFound();
+    Q310_ApplyMode(mode, &dcb);
+    return dcb;
+}
+
+TEST(ModeText, LineSettingsAsWritten)
+{
+    const Kel_P_Serial_DCB dcb = Applied("baud=9600 parity=Even data=8 stop=1 dtr=on rts=on");
+    EXPECT_EQ(dcb.BaudRate, 9600u);
+    EXPECT_EQ(dcb.ByteSize, 8);
+    EXPECT_EQ(dcb.StopBits, KEL_SERIAL_ONESTOPBIT);
+    EXPECT_EQ(dcb.fParity, 1u);
+    EXPECT_EQ(dcb.Parity, KEL_SERIAL_EVENPARITY);
+    // Always: no software flow control, DTR and RTS control disabled, XON/XOFF cleared.
+    EXPECT_EQ(dcb.fOutX, 0u);
+    EXPECT_EQ(dcb.fInX, 0u);
+    EXPECT_EQ(dcb.fDtrControl, KEL_SERIAL_DTR_CONTROL_DISABLE);
+    EXPECT_EQ(dcb.fRtsControl, KEL_SERIAL_RTS_CONTROL_DISABLE);
+    EXPECT_EQ(dcb.XonChar, 0);
+    EXPECT_EQ(dcb.XoffChar, 0);
+    EXPECT_EQ(dcb.XonLim, 0);
+    EXPECT_EQ(dcb.XoffLim, 0);
+}
+
+TEST(ModeText, ParityWords)
+{
+    const struct
+    {
+        const char* text;
+        uint32_t check;
+        uint8_t parity;
+    } cases[] = {
+        {"baud=9600 parity=None data=8 stop=1", 0, KEL_SERIAL_NOPARITY},
+        {"baud=9600 parity=Odd data=8 stop=1", 1, KEL_SERIAL_ODDPARITY},
+        {"baud=9600 parity=Mask data=8 stop=1", 1, KEL_SERIAL_MARKPARITY},
+        {"baud=9600 parity=Space data=8 stop=1", 1, KEL_SERIAL_SPACEPARITY},
+        // Case matters: the port keeps what it had (odd parity, checked).
+        {"baud=9600 parity=even data=8 stop=1", 1, KEL_SERIAL_ODDPARITY},
+        {"baud=9600 parity=NONE data=8 stop=1", 1, KEL_SERIAL_ODDPARITY},
+    };
+    for (const auto& c : cases)
+    {
+        const Kel_P_Serial_DCB dcb = Applied(c.text);
+        EXPECT_EQ(dcb.fParity, c.check) << c.text;
+        EXPECT_EQ(dcb.Parity, c.parity) << c.text;
+    }
+}
+
+TEST(ModeText, StopBits)
+{
+    EXPECT_EQ(Applied("baud=9600 parity=None data=8 stop=2").StopBits, KEL_SERIAL_TWOSTOPBITS);
+    EXPECT_EQ(Applied("baud=9600 parity=None data=8 stop=3").StopBits, KEL_SERIAL_ONE5STOPBITS);
+    EXPECT_EQ(Applied("baud=9600 parity=None data=8 stop=0").StopBits, KEL_SERIAL_ONESTOPBIT);
+    EXPECT_EQ(Applied("baud=9600 parity=None data=8 stop=1").StopBits, KEL_SERIAL_ONESTOPBIT);
+}
+} // namespace
