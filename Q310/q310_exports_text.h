@@ -5,10 +5,8 @@
 #include <cstdint>
 
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_session.h" // clientContext, the session's protocol client
 #include "protocols/orlenta/1phase/kel_zentor1phase_client.h"
-
-// The session's protocol client, created by eReadSerialNumber.
-extern Kel_Zentor1Phase_ClientContext clientContext;
 
 // Host-visible result codes of the exports.
 constexpr int32_t Q310_RESULT_OK = 1;
