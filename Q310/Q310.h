@@ -187,8 +187,10 @@ extern "C"
      */
     int32_t Q310_CALL eReadEnergyRateLimit(uint32_t adr, char* enRateLimitMass, char* enLimitFlagMass,
                                            uint32_t* arr, char* outErr);
-    int32_t Q310_CALL eWriteEnergyRateLimit(uint32_t adr, uint32_t enRateLimit1, uint32_t enRateLimit2,
-                                            uint32_t enRateLimit3, uint32_t enRateLimit4,
+    /* The four limits are decimal texts ("%u"), the flags four digits ("1021": 1 is on); an empty text is
+     * refused with the message. */
+    int32_t Q310_CALL eWriteEnergyRateLimit(uint32_t adr, const char* enRateLimit1, const char* enRateLimit2,
+                                            const char* enRateLimit3, const char* enRateLimit4,
                                             const char* enLimitFlag, char* outErr);
     /* Load relay mode. */
     int32_t Q310_CALL eReadReleMode(uint32_t adr, uint32_t* releMode, char* outErr);
@@ -242,28 +244,40 @@ extern "C"
     int32_t Q310_CALL eReadModeTariffProfile(uint32_t adr, uint32_t* ModeTariffProfile, uint32_t* CntBuf);
     int32_t Q310_CALL eWriteModeTariffProfile(uint32_t adr, uint32_t mode, char* outErr);
 
-    /* ---- Journals, power profiles and the raw exchange (first proposal; shapes may still change) ---- */
+    /* ---- Journals, power profiles and the raw exchange ----
+     * Texts are written from the start of the host's buffer (not appended); lines end in "\n". */
 
-    /* Entries first..first+count-1 of journal 1 to 5 as text, one line per entry "hh:mm:ss dd.mm.yyyy
-     * <event>\n". */
+    /* Entries first..first+count-1 (index 0 is the newest) of journal 1 to 5, one line per valid entry,
+     * "hh:mm:ss dd.mm.yyyy <event>\n" (event texts in docs/api.md); empty entries give no line. Journal 4
+     * reads the quality parameters 0..7 in turn for each index. Journal 3 lines are
+     * "00:00:00 dd.mm.yyyy DAY FLAGS ff ff ff ff ff\n". Indexes 0..63 (journal 4: 0..200); a journal
+     * outside 1..5 or an index out of range gives the message and 0. Room: 40 bytes a line. */
     int32_t Q310_CALL eReadJournal(uint32_t adr, uint32_t journal, uint32_t first, uint32_t count, char* text,
                                    char* outErr);
-    /* The 48 half-hour powers of one day as text, one line per half hour. */
+    /* Power-quality journal (journal 4) entries first..first+count-1 of quality parameter 0..7, in the
+     * layout of eReadJournal ("QUALITY p OUT OF LIMITS" / "QUALITY p BACK IN LIMITS"). */
+    int32_t Q310_CALL eReadPKE_2(uint32_t adr, uint32_t parameter, uint32_t first, uint32_t count, char* text,
+                                 char* outErr);
+    /* The 48 half-hour powers of one day (year 2000..2099 or 0..99) as text, one line per half hour,
+     * "hh:mm <power>\n" from "00:00" to "23:30", "hh:mm -\n" for a slot without valid data (at most
+     * 48 * 17 + 1 bytes). */
     int32_t Q310_CALL eReadSecPowerProfile(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                            char* text, char* outErr);
-    /* One block of the day's half-hour powers as text. */
+    /* One four-hour block (0..5) of the day as text: its eight lines in the layout above. */
     int32_t Q310_CALL eReadSecPowerProfile_21(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                               uint32_t block, char* text, char* outErr);
-    /* The 48 half-hour powers of one day as numbers into values[48]. */
+    /* The 48 half-hour powers of the day as numbers into values[48]; 0xFFFFFFFF for a slot without valid
+     * data. */
     int32_t Q310_CALL eReadSecPowerProfile_22(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                               uint32_t* values, char* outErr);
-    /* One block of the day's half-hour powers as numbers. */
+    /* One block (0..5) as numbers into values[8], as eReadSecPowerProfile_22. */
     int32_t Q310_CALL eReadSecPowerProfile_23(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                               uint32_t block, uint32_t* values, char* outErr);
-    /* Power-quality journal entries of one quality parameter as text. */
-    int32_t Q310_CALL eReadPKE_2(uint32_t adr, uint32_t parameter, char* text, char* outErr);
-    /* Raw exchange: writes requestLength bytes, reads the answer into answer; *answerLength holds the buffer
-     * size on entry and the received length on return. */
+    /* Raw exchange through the session channel (after eOpen or eTcpOpen; no eReadSerialNumber needed):
+     * writes the requestLength bytes unchanged (a whole frame), then reads the answer into answer.
+     * *answerLength holds the buffer size on entry and the received length on return. The answer ends
+     * when a read brings nothing after its first bytes, when the buffer is full, or after 1000 ms. No
+     * answer at all: the message and 0. */
     int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requestLength,
                                  uint8_t* answer, uint32_t* answerLength, char* outErr);
 
