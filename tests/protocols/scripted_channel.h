@@ -1,0 +1,154 @@
+// A scripted meter behind a serial channel, for the protocol tests: every write is recorded, and the
+// answer scripted for the n-th write is handed out in chunks, each after its own delay. A silent
+// answer makes reads wait a little and bring nothing. Read and write statuses can be forced.
+// Frames are built here with the bit-by-bit CRC of the data buffer, independent of the transport.
+#pragma once
+
+#include "shared/kel_memory.h"
+#include "shared/kel_serialchannel.h"
+#include "shared/kel_trace.h"
+
+#include <chrono>
+#include <cstdio>
+#include <deque>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+// address (big-endian), payload, CRC-16/MODBUS low byte then high byte.
+inline Bytes MakeFrame(uint32_t aAddress, const Bytes& aPayload)
+{
+    Bytes frame;
+    frame.reserve(aPayload.size() + 6);
+    for (int shift = 24; shift >= 0; shift -= 8)
+        frame.push_back(static_cast<uint8_t>(aAddress >> shift));
+    for (uint8_t byte : aPayload)
+        frame.push_back(byte);
+    uint16_t crc = 0;
+    Kel_Memory_CrcModbusCalc(frame.data(), static_cast<int32_t>(frame.size()), &crc);
+    frame.push_back(static_cast<uint8_t>(crc));
+    frame.push_back(static_cast<uint8_t>(crc >> 8));
+    return frame;
+}
+
+struct Chunk
+{
+    Bytes bytes;
+    uint32_t delayMs = 0; // after the write, or after the previous chunk
+};
+
+struct ScriptedMeter
+{
+    std::vector<Bytes> writes;              // every frame written, in order
+    std::deque<std::vector<Chunk>> answers; // one entry per expected write; empty = silent
+    std::vector<Chunk> pending;             // the answer to the last write
+    std::chrono::steady_clock::time_point lastEvent{};
+    uint32_t clears = 0;
+    uint32_t reads = 0;
+    Kel_StatusCode readStatus = Kel_Good;  // forced result of every read
+    Kel_StatusCode writeStatus = Kel_Good; // forced result of every write
+    Kel_SerialChannel_Context channel{};
+
+    ScriptedMeter()
+    {
+        channel.pContext = this;
+        channel.pWrite = &Write;
+        channel.pRead = &Read;
+        channel.pClearBuffer = &Clear;
+    }
+    ScriptedMeter(const ScriptedMeter&) = delete;
+    ScriptedMeter& operator=(const ScriptedMeter&) = delete;
+
+    void Answer(const Bytes& aFrame) { answers.push_back({Chunk{aFrame, 0}}); }
+    void AnswerChunks(std::vector<Chunk> aChunks) { answers.push_back(std::move(aChunks)); }
+    void Silent() { answers.push_back({}); }
+
+    static Kel_StatusCode Write(void* pContext, const uint8_t* pBuffer, uint32_t aSize, uint32_t,
+                                uint32_t* pWritten)
+    {
+        ScriptedMeter& meter = *static_cast<ScriptedMeter*>(pContext);
+        if (Kel_IsBad(meter.writeStatus))
+            return meter.writeStatus;
+        meter.writes.emplace_back(pBuffer, pBuffer + aSize);
+        meter.pending.clear();
+        if (!meter.answers.empty())
+        {
+            meter.pending = std::move(meter.answers.front());
+            meter.answers.pop_front();
+        }
+        meter.lastEvent = std::chrono::steady_clock::now();
+        *pWritten = aSize;
+        return Kel_Good;
+    }
+
+    static Kel_StatusCode Read(void* pContext, uint8_t* pBuffer, uint32_t aSize, uint32_t aTimeout,
+                               uint32_t* pReceived)
+    {
+        ScriptedMeter& meter = *static_cast<ScriptedMeter*>(pContext);
+        ++meter.reads;
+        *pReceived = 0;
+        if (meter.readStatus != Kel_Good)
+            return meter.readStatus;
+        const auto now = std::chrono::steady_clock::now();
+        if (!meter.pending.empty() &&
+            now >= meter.lastEvent + std::chrono::milliseconds(meter.pending.front().delayMs))
+        {
+            Chunk& chunk = meter.pending.front();
+            const uint32_t count = std::min<uint32_t>(aSize, static_cast<uint32_t>(chunk.bytes.size()));
+            std::copy(chunk.bytes.begin(), chunk.bytes.begin() + count, pBuffer);
+            chunk.bytes.erase(chunk.bytes.begin(), chunk.bytes.begin() + count);
+            if (chunk.bytes.empty())
+            {
+                meter.pending.erase(meter.pending.begin());
+                meter.lastEvent = now;
+            }
+            *pReceived = count;
+            return Kel_Good;
+        }
+        // Nothing due: wait as a port would, a little.
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::min<uint32_t>(aTimeout, 2)));
+        return Kel_Good;
+    }
+
+    static Kel_StatusCode Clear(void* pContext, uint32_t)
+    {
+        ++static_cast<ScriptedMeter*>(pContext)->clears;
+        return Kel_Good;
+    }
+};
+
+// Collects the trace lines written while it lives (the trace is process-wide state).
+class TraceCapture
+{
+public:
+    TraceCapture()
+    {
+        remove(kFile);
+        Kel_Trace_Initialize(4);
+        Kel_P_Trace_File_Enable(kFile);
+    }
+    ~TraceCapture() { Stop(); }
+    std::string Stop()
+    {
+        if (!stopped_)
+        {
+            Kel_P_Trace_File_Disable();
+            Kel_Trace_Finalize();
+            std::ifstream in(kFile);
+            std::stringstream text;
+            text << in.rdbuf();
+            text_ = text.str();
+            stopped_ = true;
+        }
+        return text_;
+    }
+
+private:
+    static constexpr const char* kFile = "protocol_trace.txt";
+    bool stopped_ = false;
+    std::string text_;
+};
