@@ -1,5 +1,5 @@
 # Thin front end: the real steps live in scripts/.
-.PHONY: test native windows clean format
+.PHONY: test native windows sanitize fuzz clean format
 
 test:
 	bash scripts/test-all.sh
@@ -9,6 +9,12 @@ native:
 
 windows:
 	cmake --preset windows && cmake --build --preset windows -j$$(nproc) && ctest --preset windows -j$$(nproc)
+
+sanitize:
+	cmake --preset sanitize && cmake --build --preset sanitize -j$$(nproc) && ctest --preset sanitize -j$$(nproc)
+
+fuzz:
+	bash scripts/fuzz.sh
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the Linux and the Windows targets, and runs every test
-# (the Windows test executables under wine).
+# (the Windows test executables under wine); then a short run of each fuzz target (FUZZ_SECONDS,
+# default 20). The sanitizer suite runs by itself: `make sanitize`.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs="$(nproc)"
@@ -18,4 +19,7 @@ done
 if command -v wineserver >/dev/null; then
     WINEPREFIX="$PWD/build/windows/wineprefix" wineserver -k 2>/dev/null || true
 fi
+
+echo "=== fuzz: short runs"
+if ! bash scripts/fuzz.sh "${FUZZ_SECONDS:-20}"; then status=1; fi
 exit $status

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang (the `fuzz` preset) and runs each for a while.
+#   scripts/fuzz.sh [SECONDS] [TARGET...]     default: 20 seconds each, every target
+# Each target starts from its seed corpus in fuzz/corpus/<target>/ and keeps what it finds in
+# build/fuzz/corpus/<target>/ (the committed seeds stay small); a crash leaves its input in
+# build/fuzz/artifacts/ and makes the script fail.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+seconds="${1:-20}"
+shift || true
+targets=("$@")
+if [ "${#targets[@]}" -eq 0 ]; then
+    targets=(fuzz_transport_receive fuzz_echo_remove fuzz_gateway_answer fuzz_schedule_decode
+             fuzz_iso_time fuzz_decrypt_unpad)
+fi
+
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j "$(nproc)" --target q310_fuzz
+
+mkdir -p build/fuzz/artifacts
+status=0
+for target in "${targets[@]}"; do
+    work="build/fuzz/corpus/$target"
+    mkdir -p "$work"
+    echo "=== fuzz: $target for ${seconds}s"
+    if ! "build/fuzz/fuzz/$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+        -print_final_stats=1 -artifact_prefix="build/fuzz/artifacts/$target-" \
+        "$work" "fuzz/corpus/$target" 2>"build/fuzz/$target.log"; then
+        echo "fuzz: $target FAILED, see build/fuzz/$target.log and build/fuzz/artifacts/" >&2
+        tail -40 "build/fuzz/$target.log" >&2
+        status=1
+    else
+        grep -E '^stat::number_of_executed_units|^#[0-9]+.*DONE' "build/fuzz/$target.log" | tail -2
+    fi
+done
+exit $status
