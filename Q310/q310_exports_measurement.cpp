@@ -576,7 +576,7 @@ extern "C" int32_t Q310_CALL eReadTimeOnOff(uint32_t adr, uint32_t event, char* 
     const Kel_StatusCode status = read(&clientContext, &time);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kTimeOnOffText);
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, name);
+    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "%s", name);
     const uint8_t* v = time.value;
     sprintf(timeMass, "%02d:%02d:%02d", v[1], v[2], v[3]);
     sprintf(dateMass, "%02d.%02d.20%02d", v[4], v[5], v[6]);
