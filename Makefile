@@ -1,5 +1,8 @@
 # Thin front end: the real steps live in scripts/.
-.PHONY: test native windows sanitize fuzz clean format
+.PHONY: demo test native windows sanitize fuzz clean format
+
+demo:
+	bash scripts/demo.sh
 
 test:
 	bash scripts/test-all.sh

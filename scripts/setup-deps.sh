@@ -24,7 +24,7 @@ apt_update() {
     fi
 }
 
-native=(cmake g++ make googletest nlohmann-json3-dev socat ser2net python3 openssl binutils-mingw-w64-i686 g++-mingw-w64-i686-posix
+native=(cmake g++ make googletest nlohmann-json3-dev libcli11-dev socat ser2net python3 openssl binutils-mingw-w64-i686 g++-mingw-w64-i686-posix
         clang-14 libclang-rt-14-dev)
 missing=()
 for p in "${native[@]}"; do have_pkg "$p" || missing+=("$p"); done

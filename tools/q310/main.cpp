@@ -40,7 +40,10 @@ std::string ReadFile(const std::string& aPath)
 void WriteFile(const std::string& aPath, const std::string& aText)
 {
     std::ofstream file(aPath, std::ios::binary);
+    // The schedule text ends in "\tEnd" without a line end; the file gets one, as a text file should.
     file << aText;
+    if (!aText.empty() && aText.back() != '\n')
+        file << '\n';
     if (!file)
         throw InputError("cannot write " + aPath);
 }
@@ -121,6 +124,10 @@ int main(int argc, char** argv)
                  "Without a command: a report of the meter (identity, clock, energies, network values, "
                  "maxima, tariff schedule)."};
     app.require_subcommand(0, 1);
+    // The host's options may also follow the command ("q310 --sim info --json").
+    app.fallthrough();
+    // Only "--name" options: on Windows CLI11 would otherwise take "/path" arguments for options.
+    app.allow_windows_style_options(false);
     auto* port = app.add_option("--port", c.port, "serial port: COM number, COMn, or (Linux) a device path");
     auto* tcp = app.add_option("--tcp", c.tcp, "serial-to-TCP bridge HOST:PORT");
     auto* sim = app.add_flag("--sim", c.sim,
@@ -163,7 +170,9 @@ int main(int argc, char** argv)
                                    "running battery events display limits relay settings tariffs plc1 "
                                    "(default: all)");
     read->add_option("items", run.readItems, "what to read")->check(CLI::IsMember(ReadItems()));
-    read->add_option("--month", run.command.months, "months energies: months 1..12 (default all)")
+    read->add_option("--month", run.command.months,
+                     "months energies: a month 1..12, repeatable (default all)")
+        ->allow_extra_args(false)
         ->check(CLI::Range(1, 12));
     read->add_option("--plc1-request", run.command.plc1Request, "plc1: the eight request bytes (hex)")
         ->capture_default_str();
