@@ -44,6 +44,11 @@ soname="$(objdump -p "$prefix/$libdir/libq310.so.$version" | awk '$1 == "SONAME"
 [ "$soname" = libq310.so.1 ] || fail "SONAME is '$soname'"
 cmp -s "$prefix/include/Q310.h" "$source/Q310/Q310.h" || fail "installed Q310.h differs"
 [ -x "$prefix/bin/zentor-sim" ] || fail "zentor-sim is not executable"
+# Installed programs find every library they need, libq310.so.1 through their run path.
+for program in "$prefix"/bin/*; do
+    libraries="$(ldd "$program")"
+    ! grep -q "not found" <<<"$libraries" || fail "$program: $(grep "not found" <<<"$libraries")"
+done
 
 # Start the installed simulator on a free TCP port; its first output line is HOST:PORT.
 "$prefix/bin/zentor-sim" --tcp 0 >"$work/sim.out" 2>"$work/sim.err" &
@@ -58,8 +63,10 @@ endpoint="$(head -n 1 "$work/sim.out")"
 # Runs one built host: the closed port and a session with the simulator.
 run_host() {
     local name="$1" exe="$2" out
-    # The library must come from the installation, not from the build tree.
-    ldd "$exe" | grep -q "=> $prefix/$libdir/libq310.so.1 " || fail "$name: not linked to the installed library"
+    # The library must come from the installation, not from the build tree. (ldd's output is taken
+    # whole first: grep -q leaving a pipe early would fail the pipeline.)
+    out="$(ldd "$exe")"
+    grep -q "=> $prefix/$libdir/libq310.so.1 " <<<"$out" || fail "$name: not linked to the installed library"
     out="$(cd "$work/run" && "$exe" closed)" || fail "$name closed: $out"
     grep -qx "closed port refused" <<<"$out" || fail "$name closed: $out"
     out="$(cd "$work/run" && "$exe" tcp "${endpoint%:*}" "${endpoint#*:}")" || fail "$name tcp: $out"
