@@ -1,5 +1,5 @@
 # Thin front end: the real steps live in scripts/.
-.PHONY: test native windows sanitize fuzz clean format
+.PHONY: test native windows sanitize fuzz bench clean format
 
 test:
 	bash scripts/test-all.sh
@@ -15,6 +15,9 @@ sanitize:
 
 fuzz:
 	bash scripts/fuzz.sh
+
+bench:
+	bash scripts/bench.sh
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
