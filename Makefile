@@ -1,5 +1,5 @@
 # Thin front end: the real steps live in scripts/.
-.PHONY: demo test native windows sanitize fuzz clean format
+.PHONY: demo test native windows sanitize fuzz bench clean format
 
 demo:
 	bash scripts/demo.sh
@@ -18,6 +18,9 @@ sanitize:
 
 fuzz:
 	bash scripts/fuzz.sh
+
+bench:
+	bash scripts/bench.sh
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -86,6 +86,34 @@ Kel_StatusCode SerialEchoRead(const Kel_TraceScope& kelScope, Kel_P_Serial_Conte
     return FinishEchoRead(kelScope, "Kel_P_Serial_EchoRS485_Read, Timeout=%d Data=", received, count, pEcho,
                           aEchoSize, pBuffer, aSize, aTimeout, pBytesReaded);
 }
+
+// The channel variants on a serial port: the three operations bound, the port taken as a hardware port.
+template <auto Write, auto Read, auto Clear>
+Kel_StatusCode BindSerialVariant(const Kel_TraceScope& kelScope, Kel_P_Serial_Context* pSerialContext,
+                                 Kel_SerialChannel_Context* pSerialChannelContext)
+{
+    KEL_REJECT_NULL(pSerialChannelContext);
+    KEL_REJECT_NULL(pSerialContext);
+    *pSerialChannelContext = Kel_SerialChannel_Context{
+        .pContext = pSerialContext,
+        .type = KEL_SERIALCHANNEL_TYPE_VARIANT,
+        .pWrite = Kel_SerialChannel_Bind<Write>::Call,
+        .pRead = Kel_SerialChannel_Bind<Read>::Call,
+        .pClearBuffer = Kel_SerialChannel_Bind<Clear>::Call,
+    };
+    pSerialContext->isHardwarePort = 1;
+    KEL_EXIT(Kel_Good);
+}
+
+// The purge of every serial variant: the port's own.
+Kel_StatusCode ClearSerialVariant(const Kel_TraceScope& kelScope, Kel_P_Serial_Context* pSerialContext,
+                                  uint32_t aInput)
+{
+    KEL_REJECT_NULL(pSerialContext);
+    Kel_StatusCode status = Kel_Good;
+    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Clear_Buffer(pSerialContext, aInput));
+    KEL_EXIT(status);
+}
 } // namespace
 
 uint32_t Kel_GatewayGSM_CRC24(const uint8_t* pData, uint32_t aCount)
@@ -172,51 +200,27 @@ Kel_StatusCode Kel_SerialChannel_CreateContext_EchoRS485(Kel_P_Serial_Context* p
                                                          Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_ENTER(Kel_Module_SerialChannel);
-    KEL_REJECT_NULL(pSerialChannelContext);
-    KEL_REJECT_NULL(pSerialContext);
-    *pSerialChannelContext = Kel_SerialChannel_Context{
-        .pContext = pSerialContext,
-        .type = KEL_SERIALCHANNEL_TYPE_VARIANT,
-        .pWrite = Kel_SerialChannel_Bind<Kel_P_Serial_EchoRS485_Write>::Call,
-        .pRead = Kel_SerialChannel_Bind<Kel_P_Serial_EchoRS485_Read>::Call,
-        .pClearBuffer = Kel_SerialChannel_Bind<Kel_P_Serial_EchoRS485_Clear_Buffer>::Call,
-    };
-    pSerialContext->isHardwarePort = 1;
-    KEL_EXIT(Kel_Good);
+    return BindSerialVariant<Kel_P_Serial_EchoRS485_Write, Kel_P_Serial_EchoRS485_Read,
+                             Kel_P_Serial_EchoRS485_Clear_Buffer>(kelScope, pSerialContext,
+                                                                  pSerialChannelContext);
 }
 
 Kel_StatusCode Kel_SerialChannel_CreateContext_EchoGSM(Kel_P_Serial_Context* pSerialContext,
                                                        Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_ENTER(Kel_Module_SerialChannel);
-    KEL_REJECT_NULL(pSerialChannelContext);
-    KEL_REJECT_NULL(pSerialContext);
-    *pSerialChannelContext = Kel_SerialChannel_Context{
-        .pContext = pSerialContext,
-        .type = KEL_SERIALCHANNEL_TYPE_VARIANT,
-        .pWrite = Kel_SerialChannel_Bind<Kel_P_Serial_EchoGSM_Write>::Call,
-        .pRead = Kel_SerialChannel_Bind<Kel_P_Serial_EchoGSM_Read>::Call,
-        .pClearBuffer = Kel_SerialChannel_Bind<Kel_P_Serial_EchoGSM_Clear_Buffer>::Call,
-    };
-    pSerialContext->isHardwarePort = 1;
-    KEL_EXIT(Kel_Good);
+    return BindSerialVariant<Kel_P_Serial_EchoGSM_Write, Kel_P_Serial_EchoGSM_Read,
+                             Kel_P_Serial_EchoGSM_Clear_Buffer>(kelScope, pSerialContext,
+                                                                pSerialChannelContext);
 }
 
 Kel_StatusCode Kel_SerialChannel_CreateContext_GatewayGSM(Kel_P_Serial_Context* pSerialContext,
                                                           Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_ENTER(Kel_Module_SerialChannel);
-    KEL_REJECT_NULL(pSerialChannelContext);
-    KEL_REJECT_NULL(pSerialContext);
-    *pSerialChannelContext = Kel_SerialChannel_Context{
-        .pContext = pSerialContext,
-        .type = KEL_SERIALCHANNEL_TYPE_VARIANT,
-        .pWrite = Kel_SerialChannel_Bind<Kel_P_Serial_GatewayGSM_Write>::Call,
-        .pRead = Kel_SerialChannel_Bind<Kel_P_Serial_GatewayGSM_Read>::Call,
-        .pClearBuffer = Kel_SerialChannel_Bind<Kel_P_Serial_GatewayGSM_Clear_Buffer>::Call,
-    };
-    pSerialContext->isHardwarePort = 1;
-    KEL_EXIT(Kel_Good);
+    return BindSerialVariant<Kel_P_Serial_GatewayGSM_Write, Kel_P_Serial_GatewayGSM_Read,
+                             Kel_P_Serial_GatewayGSM_Clear_Buffer>(kelScope, pSerialContext,
+                                                                   pSerialChannelContext);
 }
 
 Kel_StatusCode Kel_SerialChannel_CreateContextTcpClient(Kel_P_Tcp_Context* pTcpContext,
@@ -266,10 +270,7 @@ Kel_StatusCode Kel_P_Serial_EchoRS485_Read(Kel_P_Serial_Context* pSerialContext,
 Kel_StatusCode Kel_P_Serial_EchoRS485_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Clear_Buffer(pSerialContext, aInput));
-    KEL_EXIT(status);
+    return ClearSerialVariant(kelScope, pSerialContext, aInput);
 }
 
 // GSM data call with echo.
@@ -306,10 +307,7 @@ Kel_StatusCode Kel_P_Serial_EchoGSM_Read(Kel_P_Serial_Context* pSerialContext, u
 Kel_StatusCode Kel_P_Serial_EchoGSM_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Clear_Buffer(pSerialContext, aInput));
-    KEL_EXIT(status);
+    return ClearSerialVariant(kelScope, pSerialContext, aInput);
 }
 
 // GSM gateway.
@@ -384,10 +382,7 @@ Kel_StatusCode Kel_P_Serial_GatewayGSM_Read(Kel_P_Serial_Context* pSerialContext
 Kel_StatusCode Kel_P_Serial_GatewayGSM_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Clear_Buffer(pSerialContext, aInput));
-    KEL_EXIT(status);
+    return ClearSerialVariant(kelScope, pSerialContext, aInput);
 }
 
 // TCP serial bridge.

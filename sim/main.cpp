@@ -64,6 +64,12 @@ Faults (N: the next N requests, or "always"):
   --delay MS            wait before every answer
   --chunks SIZE:GAP     send every answer in SIZE-byte pieces with GAP ms between them
 
+Line pace (for timing a host against a real line's speed):
+  --pace BAUD[:BITS]    send answer bytes one character time apart at BAUD, BITS bits a character
+                        (default 10: start, 8 data, stop; 11 with parity)
+  --turnaround MS       with --pace: the meter's pause after the request's last byte (may be
+                        fractional, default 0)
+
   --trace               hex trace of every request and answer on stderr
   --help                this text
 )";
@@ -195,6 +201,23 @@ int main(int argc, char** argv)
                 faults.chunkSize = Number(text.substr(0, colon));
                 faults.chunkGapMs = colon == std::string::npos ? 0 : Number(text.substr(colon + 1));
             }
+            else if (option == "--pace")
+            {
+                const std::string text = value();
+                const size_t colon = text.find(':');
+                Pacing& pacing = sim.GetPacing();
+                pacing.baud = Number(text.substr(0, colon));
+                pacing.bitsPerByte = colon == std::string::npos ? 10 : Number(text.substr(colon + 1));
+                if (pacing.baud == 0 || pacing.bitsPerByte < 7 || pacing.bitsPerByte > 12)
+                    throw std::runtime_error("--pace takes BAUD (not 0) and optionally :BITS (7 to 12)");
+            }
+            else if (option == "--turnaround")
+            {
+                const double ms = std::stod(value());
+                if (ms < 0 || ms > 60000)
+                    throw std::runtime_error("--turnaround takes 0 to 60000 ms");
+                sim.GetPacing().turnaroundUs = static_cast<unsigned>(ms * 1000.0 + 0.5);
+            }
             else if (option == "--trace")
                 trace = true;
             else
@@ -217,8 +240,11 @@ int main(int argc, char** argv)
         char address[16];
         std::snprintf(address, sizeof address, "%08X", meter.State().address);
         std::cerr << "zentor-sim: meter address " << address << ", serial " << meter.State().serialNumber
-                  << ", line mode " << LineModeName(line.Mode()) << ", clock " << FormatTime(meter.Now())
-                  << "\n";
+                  << ", line mode " << LineModeName(line.Mode()) << ", clock " << FormatTime(meter.Now());
+        if (sim.GetPacing().On())
+            std::cerr << ", pace " << sim.GetPacing().baud << " baud x " << sim.GetPacing().bitsPerByte
+                      << " bits, turnaround " << sim.GetPacing().turnaroundUs / 1000.0 << " ms";
+        std::cerr << "\n";
         if (transport == "stdio")
             sim.RunStdio();
         else

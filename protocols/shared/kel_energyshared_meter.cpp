@@ -2,6 +2,7 @@
 #define KEL_TRACE_FILE "protocols/shared/kel_energyshared_meter"
 #include "protocols/shared/kel_energyshared_meter.h"
 
+#include "protocols/shared/kel_energyshared_order.h"
 #include "shared/kel_trace.h"
 #include "shared/kel_utils.h"
 
@@ -11,6 +12,8 @@
 
 namespace
 {
+using namespace kel_energyshared_order;
+
 // Size of the texts in which nested lists and schedule sections are built before they are written.
 constexpr uint32_t KEL_ENERGYSHARED_PART_TEXT_SIZE = 500;
 // Room for one date text ("%04d.%02d.%02d %02d:%02d:%02d.%03d").
@@ -32,13 +35,6 @@ void Append(char* pString, uint32_t stringSize, const char* pFormat, ...)
     va_start(args, pFormat);
     vsnprintf(pString + length, stringSize - length, pFormat, args);
     va_end(args);
-}
-
-int CompareNull(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL && p2 == KEL_NULL)
-        return 0;
-    return p1 == KEL_NULL ? 1 : -1;
 }
 
 template <typename T> int CompareKeys(T a, T b)
@@ -82,49 +78,6 @@ int ProfileRecordsCompare(const void* p1, const void* p2)
     if (emptyA || emptyB)
         return emptyA == emptyB ? 0 : (emptyA ? 1 : -1);
     return DateCompare(*a, *b);
-}
-
-// The schedule orders, the same as the schedule module's own.
-int SeasonsCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    const ScheduleSeason* a = static_cast<const ScheduleSeason*>(p1);
-    const ScheduleSeason* b = static_cast<const ScheduleSeason*>(p2);
-    if (a->Month != b->Month)
-        return a->Month - b->Month;
-    return a->Day - b->Day;
-}
-
-int WeeksCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    return static_cast<const ScheduleWeek*>(p1)->WeekId - static_cast<const ScheduleWeek*>(p2)->WeekId;
-}
-
-int DaysCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    const ScheduleDay* a = static_cast<const ScheduleDay*>(p1);
-    const ScheduleDay* b = static_cast<const ScheduleDay*>(p2);
-    if (a->DayId != b->DayId)
-        return a->DayId - b->DayId;
-    if (a->Hour != b->Hour)
-        return a->Hour - b->Hour;
-    return a->Minute - b->Minute;
-}
-
-int SpecialDaysCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    const ScheduleSpecial* a = static_cast<const ScheduleSpecial*>(p1);
-    const ScheduleSpecial* b = static_cast<const ScheduleSpecial*>(p2);
-    if (a->Month != b->Month)
-        return a->Month - b->Month;
-    return a->Day - b->Day;
 }
 
 // Sorts the used entries of one array of the schedule record; a count above the array's capacity is
@@ -188,14 +141,14 @@ Kel_StatusCode Kel_EnergyShared_SortScheduleParams(ScheduleParams* pSchedule)
     ScheduleParams& s = *pSchedule;
     KEL_GOTO_IF_BAD(status,
                     SortScheduleEntries(s.Seasons, s.SeasonsCount, KEL_ENERGYSHARED_SCHEDULE_SEASONS_MAX,
-                                        sizeof(ScheduleSeason), SeasonsCompare));
+                                        sizeof(ScheduleSeason), SeasonCompare));
     KEL_GOTO_IF_BAD(status, SortScheduleEntries(s.Weeks, s.WeeksCount, KEL_ENERGYSHARED_SCHEDULE_WEEKS_MAX,
-                                                sizeof(ScheduleWeek), WeeksCompare));
+                                                sizeof(ScheduleWeek), WeekCompare));
     KEL_GOTO_IF_BAD(status, SortScheduleEntries(s.Days, s.DaysCount, KEL_ENERGYSHARED_SCHEDULE_DAYS_MAX,
-                                                sizeof(ScheduleDay), DaysCompare));
+                                                sizeof(ScheduleDay), DayCompare));
     KEL_GOTO_IF_BAD(status, SortScheduleEntries(s.SpecialDays, s.SpecialDaysCount,
                                                 KEL_ENERGYSHARED_SCHEDULE_SPECIALDAYS_MAX,
-                                                sizeof(ScheduleSpecial), SpecialDaysCompare));
+                                                sizeof(ScheduleSpecial), SpecialCompare));
     KEL_EXIT(status);
 }
 

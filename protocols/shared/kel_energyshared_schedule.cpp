@@ -2,6 +2,7 @@
 #define KEL_TRACE_FILE "protocols/shared/kel_energyshared_schedule"
 #include "protocols/shared/kel_energyshared_schedule.h"
 
+#include "protocols/shared/kel_energyshared_order.h"
 #include "shared/kel_trace.h"
 #include "shared/kel_utils.h"
 
@@ -10,55 +11,7 @@
 
 namespace
 {
-// Comparison functions for the sorts: a null entry sorts last, then the key bytes in order.
-int CompareNull(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL && p2 == KEL_NULL)
-        return 0;
-    return p1 == KEL_NULL ? 1 : -1;
-}
-
-int SeasonCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    const ScheduleSeason* a = static_cast<const ScheduleSeason*>(p1);
-    const ScheduleSeason* b = static_cast<const ScheduleSeason*>(p2);
-    if (a->Month != b->Month)
-        return a->Month - b->Month;
-    return a->Day - b->Day;
-}
-
-int WeekCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    return static_cast<const ScheduleWeek*>(p1)->WeekId - static_cast<const ScheduleWeek*>(p2)->WeekId;
-}
-
-int DayCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    const ScheduleDay* a = static_cast<const ScheduleDay*>(p1);
-    const ScheduleDay* b = static_cast<const ScheduleDay*>(p2);
-    if (a->DayId != b->DayId)
-        return a->DayId - b->DayId;
-    if (a->Hour != b->Hour)
-        return a->Hour - b->Hour;
-    return a->Minute - b->Minute;
-}
-
-int SpecialCompare(const void* p1, const void* p2)
-{
-    if (p1 == KEL_NULL || p2 == KEL_NULL)
-        return CompareNull(p1, p2);
-    const ScheduleSpecial* a = static_cast<const ScheduleSpecial*>(p1);
-    const ScheduleSpecial* b = static_cast<const ScheduleSpecial*>(p2);
-    if (a->Month != b->Month)
-        return a->Month - b->Month;
-    return a->Day - b->Day;
-}
+using namespace kel_energyshared_order;
 
 // Sorts the used entries of one array; nothing to do for a count of 0. A count above the array's
 // capacity is refused with Kel_BadOutOfRange, so that the sort never reaches past the record.

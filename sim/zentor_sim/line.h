@@ -40,6 +40,24 @@ struct Faults
     unsigned chunkGapMs = 0; // ... with this pause between them
 };
 
+// The pace of a real serial line, for timing hosts against it: answer bytes leave one character time
+// apart at the baud rate, and the answer starts a turnaround after the request's last byte would have
+// arrived at that rate (the simulator cannot slow the host's write, so it counts the request's own
+// character times from its first byte). Baud 0: bytes go out as fast as the transport takes them.
+struct Pacing
+{
+    unsigned baud = 0;
+    unsigned bitsPerByte = 10; // start, 8 data bits, stop; 11 with a parity bit
+    unsigned turnaroundUs = 0; // meter's pause between request and answer
+
+    bool On() const { return baud != 0; }
+    // Time that aBytes characters take on the line, in microseconds (0 when pacing is off).
+    double WireUs(size_t aBytes) const
+    {
+        return On() ? static_cast<double>(aBytes) * bitsPerByte * 1e6 / baud : 0.0;
+    }
+};
+
 struct ModemSettings
 {
     bool echo = true;                      // ATE1: command characters echoed

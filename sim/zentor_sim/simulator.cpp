@@ -1,5 +1,6 @@
 #include "zentor_sim/simulator.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
@@ -9,6 +10,7 @@
 #include <fcntl.h>
 #include <iostream>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -22,6 +24,11 @@ namespace
 {
 
 using Clock = std::chrono::steady_clock;
+
+Clock::duration Micros(double us)
+{
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double, std::micro>(us));
+}
 
 void CloseFd(int& fd)
 {
@@ -161,24 +168,69 @@ bool Simulator::SleepUnlessStopped(unsigned ms)
     return !stop_;
 }
 
-bool Simulator::Send(int fd, const Reply& reply, bool isSocket)
+bool Simulator::SleepUntil(Clock::time_point deadline)
+{
+    for (;;)
+    {
+        if (stop_)
+            return false;
+        const auto now = Clock::now();
+        if (now >= deadline)
+            return true;
+        const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(deadline - now).count();
+        const timespec wait{static_cast<time_t>(left / 1000000000), static_cast<long>(left % 1000000000)};
+        pollfd wake{wakeRead_, POLLIN, 0};
+        ::ppoll(&wake, 1, &wait, nullptr);
+    }
+}
+
+bool Simulator::WriteAll(int fd, const uint8_t* data, size_t size, bool isSocket)
+{
+    size_t done = 0;
+    while (done < size)
+    {
+        const ssize_t n = isSocket ? ::send(fd, data + done, size - done, MSG_NOSIGNAL)
+                                   : ::write(fd, data + done, size - done);
+        if (n <= 0)
+            return false;
+        done += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+bool Simulator::Send(int fd, const Reply& reply, bool isSocket, const Pacing& pacing,
+                     Clock::time_point answerAt)
 {
     if (reply.drop && isSocket)
         return false;
+    // With pacing: the moment the line is free for the next byte.
+    Clock::time_point lineFree = answerAt;
     for (const Chunk& chunk : reply.chunks)
     {
-        if (!SleepUnlessStopped(chunk.delayMs))
-            return false;
-        size_t done = 0;
-        while (done < chunk.bytes.size())
+        if (!pacing.On())
         {
-            const ssize_t n =
-                isSocket ? ::send(fd, chunk.bytes.data() + done, chunk.bytes.size() - done, MSG_NOSIGNAL)
-                         : ::write(fd, chunk.bytes.data() + done, chunk.bytes.size() - done);
-            if (n <= 0)
+            if (!SleepUnlessStopped(chunk.delayMs) ||
+                !WriteAll(fd, chunk.bytes.data(), chunk.bytes.size(), isSocket))
                 return false;
-            done += static_cast<size_t>(n);
+            continue;
         }
+        // Byte k is complete at the receiver k + 1 character times after the chunk starts; bytes that
+        // are due go out together, so a late wake-up does not shift the ones after it.
+        const Clock::time_point start =
+            std::max(lineFree, Clock::now()) + std::chrono::milliseconds(chunk.delayMs);
+        const double byteUs = pacing.WireUs(1);
+        size_t sent = 0;
+        while (sent < chunk.bytes.size())
+        {
+            if (!SleepUntil(start + Micros(byteUs * static_cast<double>(sent + 1))))
+                return false;
+            const double elapsedUs = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+            const size_t due = std::min(chunk.bytes.size(), static_cast<size_t>(elapsedUs / byteUs));
+            if (!WriteAll(fd, chunk.bytes.data() + sent, std::max(due, sent + 1) - sent, isSocket))
+                return false;
+            sent = std::max(due, sent + 1);
+        }
+        lineFree = start + Micros(byteUs * static_cast<double>(chunk.bytes.size()));
     }
     return true;
 }
@@ -187,6 +239,8 @@ void Simulator::ServeStream(int readFd, int writeFd, bool isSocket)
 {
     uint8_t buffer[512];
     auto lastInput = Clock::now();
+    auto requestStart = lastInput; // first byte of the request being received
+    size_t requestBytes = 0;
     while (!stop_)
     {
         pollfd fds[2] = {{readFd, POLLIN, 0}, {wakeRead_, POLLIN, 0}};
@@ -216,11 +270,23 @@ void Simulator::ServeStream(int readFd, int writeFd, bool isSocket)
         }
         lastInput = Clock::now();
         Reply reply;
+        Pacing pacing;
         {
             auto lock = Lock();
+            if (!line_.HasPendingInput())
+            {
+                requestStart = lastInput;
+                requestBytes = 0;
+            }
+            requestBytes += static_cast<size_t>(n);
             reply = line_.Feed(buffer, static_cast<size_t>(n));
+            pacing = pacing_;
         }
-        if (!Send(writeFd, reply, isSocket))
+        // The request's last byte would have arrived one wire time after its first; the meter answers a
+        // turnaround after that.
+        const Clock::time_point answerAt =
+            requestStart + Micros(pacing.WireUs(requestBytes) + static_cast<double>(pacing.turnaroundUs));
+        if (!Send(writeFd, reply, isSocket, pacing, answerAt))
             return;
     }
 }
@@ -235,6 +301,9 @@ void Simulator::ServeListener()
         int client = ::accept(listenFd_, nullptr, nullptr);
         if (client < 0)
             continue;
+        // Small answers and paced bytes leave at once, as a serial bridge forwards them.
+        const int noDelay = 1;
+        ::setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof noDelay);
         {
             auto lock = Lock();
             line_.ResetInput();

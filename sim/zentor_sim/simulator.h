@@ -6,6 +6,7 @@
 #include "zentor_sim/meter.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -27,6 +28,7 @@ public:
     std::unique_lock<std::mutex> Lock() { return std::unique_lock<std::mutex>(mutex_); }
     Meter& GetMeter() { return meter_; }
     Faults& GetFaults() { return faults_; }
+    Pacing& GetPacing() { return pacing_; }
     LineEngine& Line() { return line_; }
 
     // Hex trace of requests and answers ("rx ..", "tx ..", "-- notes") to stderr or elsewhere.
@@ -48,15 +50,21 @@ public:
     void Stop();
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void ServeStream(int readFd, int writeFd, bool isSocket);
     void ServeListener();
-    // Sends a reply; false when the connection must be closed.
-    bool Send(int fd, const Reply& reply, bool isSocket);
+    // Sends a reply; false when the connection must be closed. With pacing on, the first chunk's
+    // bytes start at answerAt (after the chunk's own delay) and every byte takes its character time.
+    bool Send(int fd, const Reply& reply, bool isSocket, const Pacing& pacing, Clock::time_point answerAt);
+    bool WriteAll(int fd, const uint8_t* data, size_t size, bool isSocket);
     bool SleepUnlessStopped(unsigned ms);
+    bool SleepUntil(Clock::time_point deadline);
 
     std::mutex mutex_;
     Meter meter_;
     Faults faults_;
+    Pacing pacing_;
     LineEngine line_;
     std::atomic<bool> stop_{false};
     int wakeRead_ = -1;

@@ -5,6 +5,8 @@
 #include "protocols/shared/kel_energyshared_schedule.h"
 #include "shared/kel_trace.h"
 
+#include "shared/trace_capture.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -52,29 +54,3 @@ inline bool SameBytes(const ScheduleParams& a, const ScheduleParams& b)
 {
     return memcmp(&a, &b, sizeof(ScheduleParams)) == 0;
 }
-
-// Level-1 lines of the trace, written to a temporary file while the object lives.
-class TraceCapture
-{
-public:
-    explicit TraceCapture(const char* pPath) : path(pPath)
-    {
-        remove(pPath);
-        EXPECT_EQ(Kel_Trace_Initialize(4), Kel_Good);
-        EXPECT_EQ(Kel_P_Trace_Console_Disable(), Kel_Good);
-        EXPECT_EQ(Kel_P_Trace_File_Enable(pPath), Kel_Good);
-    }
-    // The text written so far, with the line numbers of the File= part replaced by "#".
-    std::string Stop()
-    {
-        Kel_P_Trace_File_Disable();
-        Kel_Trace_Finalize();
-        std::ifstream in(path); // text mode: the Windows build writes CRLF line ends
-        std::stringstream text;
-        text << in.rdbuf();
-        return std::regex_replace(text.str(), std::regex("Line=[0-9]+"), "Line=#");
-    }
-
-private:
-    std::string path;
-};

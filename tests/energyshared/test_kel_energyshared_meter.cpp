@@ -137,7 +137,7 @@ TEST(MeterText, BufferChecksAndNullRecords)
     EXPECT_EQ(Kel_EnergyShared_ReadEventsEntryToStr(&entry, buffer, 0), Kel_BadInvalidArgument);
     EXPECT_EQ(Kel_EnergyShared_AddLcdValue(1, 0, nullptr), Kel_BadInvalidArgument);
     const std::string file = ", File=protocols/shared/kel_energyshared_meter, Line=#\n";
-    EXPECT_EQ(trace.Stop(), "<-- ReturnError: Arg pString is NULL!\n" + file +
+    EXPECT_EQ(trace.Text(), "<-- ReturnError: Arg pString is NULL!\n" + file +
                                 "<-- ReturnError: Argument stringSize is 0!\n" + file +
                                 "<-- ReturnError: Arg pLcdValues is NULL!\n" + file);
 }

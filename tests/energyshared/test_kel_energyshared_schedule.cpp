@@ -318,7 +318,7 @@ TEST(ScheduleShrink, TraceLinesOfAFailure)
     good.Days[0].ScheduleValue = 9;
     EXPECT_EQ(Verify(good, 4, 1, 8), Kel_BadInvalidArgument);
     const std::string file = ", File=protocols/shared/kel_energyshared_schedule, Line=#\n";
-    EXPECT_EQ(trace.Stop(),
+    EXPECT_EQ(trace.Text(),
               "<-- ReturnError: 0x803C0000\n" + file +                                    //
                   "--- GotoError: Bad statuscode 0x803C0000\n" + file +                   //
                   "<-- \"Kel_EnergyShared_Schedule_ShrinkWeeks\" = 0x803C0000 (BAD).\n" + // name kept

@@ -1,6 +1,6 @@
-// Properties over many generated schedules: the binary form round-trips exactly, no stream can make
-// the reader claim more entries than the record holds, and merging duplicates (Shrink) does not
-// change the tariff that the lookup finds at any date and time.
+// Properties over many generated schedules: the binary form round-trips exactly, and merging
+// duplicates (Shrink) does not change the tariff that the lookup finds at any date and time. (Streams
+// that would overrun the record are the reader's bound checks and its fuzz target.)
 //
 // The generated schedules have distinct week ids, distinct season starts and distinct times within a
 // day schedule. Where two entries tie on their sort key (two seasons starting on one date, two points
@@ -229,33 +229,5 @@ TEST(ScheduleProperty, AnyRecordWithinTheCapacitiesRoundTrips)
         memset(&back, 0xFF, sizeof(back));
         ASSERT_EQ(Read(bytes, back), Kel_Good);
         ASSERT_TRUE(SameBytes(back, s));
-    }
-}
-
-TEST(ScheduleProperty, NoStreamOverrunsTheRecord)
-{
-    std::mt19937 rng(7);
-    for (int n = 0; n < 2000; ++n)
-    {
-        std::vector<uint8_t> bytes(static_cast<size_t>(Pick(rng, 0, 1200)));
-        std::generate(bytes.begin(), bytes.end(), [&] { return U8(Pick(rng, 0, 255)); });
-        // Record surrounded by guard bytes that no read may touch.
-        struct Guarded
-        {
-            uint8_t before[16];
-            ScheduleParams s;
-            uint8_t after[16];
-        } g;
-        memset(&g, 0xC3, sizeof(g));
-        const Kel_StatusCode status = Read(bytes, g.s);
-        EXPECT_TRUE(status == Kel_Good || status == Kel_Bad || status == Kel_BadOutOfRange) << status;
-        ASSERT_LE(g.s.SeasonsCount, 12);
-        ASSERT_LE(g.s.WeeksCount, 12);
-        ASSERT_LE(g.s.DaysCount, 84);
-        ASSERT_LE(g.s.SpecialDaysCount, 30);
-        for (uint8_t guard : g.before)
-            ASSERT_EQ(guard, 0xC3);
-        for (uint8_t guard : g.after)
-            ASSERT_EQ(guard, 0xC3);
     }
 }

@@ -7,6 +7,7 @@
 #include "shared/kel_memory.h"
 #include "shared/kel_serialchannel.h"
 #include "shared/kel_trace.h"
+#include "shared/trace_capture.h"
 
 #include <chrono>
 #include <cstdio>
@@ -119,36 +120,4 @@ struct ScriptedMeter
         ++static_cast<ScriptedMeter*>(pContext)->clears;
         return Kel_Good;
     }
-};
-
-// Collects the trace lines written while it lives (the trace is process-wide state).
-class TraceCapture
-{
-public:
-    TraceCapture()
-    {
-        remove(kFile);
-        Kel_Trace_Initialize(4);
-        Kel_P_Trace_File_Enable(kFile);
-    }
-    ~TraceCapture() { Stop(); }
-    std::string Stop()
-    {
-        if (!stopped_)
-        {
-            Kel_P_Trace_File_Disable();
-            Kel_Trace_Finalize();
-            std::ifstream in(kFile);
-            std::stringstream text;
-            text << in.rdbuf();
-            text_ = text.str();
-            stopped_ = true;
-        }
-        return text_;
-    }
-
-private:
-    static constexpr const char* kFile = "protocol_trace.txt";
-    bool stopped_ = false;
-    std::string text_;
 };

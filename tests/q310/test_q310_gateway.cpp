@@ -164,21 +164,6 @@ TEST(EchoRemoval, ExactDifferingAndShortEchoes)
     EXPECT_EQ(Kel_Echo_Remove(echo.data(), 7, nullptr, 0, buffer, 6, &count), Kel_Bad);
 }
 
-TEST(Session, StartsEmptyWithTheSocketClosed)
-{
-    EXPECT_EQ(client_socket_context.socket_fd, KEL_TCP_INVALID_SOCKET);
-    EXPECT_EQ(PORT, 0);
-    EXPECT_EQ(NUM, 0u);
-    EXPECT_EQ(aBytesWrited, 0);
-    EXPECT_EQ(TCPEchoFlag, 0u);
-    EXPECT_EQ(GSMFlag, Q310_GSM_NONE);
-    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, 0u);
-    EXPECT_EQ(serialChannelMeter.pWrite, nullptr);
-    EXPECT_EQ(glCommPortName[0], '\0');
-    EXPECT_EQ(sizeof(SendBuffer), 73u);
-    EXPECT_EQ(sizeof(glCommPortName), 28u);
-}
-
 #ifndef _WIN32
 namespace
 {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "shared/kel_trace.h"
+#include "shared/trace_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -16,55 +17,7 @@
 
 namespace datetime_test
 {
-// Collects the trace lines written while it lives (level 4, so every line the module filter lets
-// through). An error line's text ends in its own line end, so its ", File=..., Line=..." part comes
-// out on the next line: it is joined back to its text here, and the line number is replaced by "N"
-// so that the texts can be compared.
-class TraceCapture
-{
-public:
-    TraceCapture()
-    {
-        remove(kFile);
-        Kel_Trace_Initialize(4);
-        Kel_P_Trace_File_Enable(kFile);
-    }
-    ~TraceCapture() { Stop(); }
-
-    // The non-empty lines written so far; stops the capture.
-    std::vector<std::string> Lines()
-    {
-        Stop();
-        std::ifstream in(kFile); // text mode: the Windows build writes CRLF line ends
-        std::vector<std::string> lines;
-        std::string line;
-        static const std::regex lineNumber(", Line=[0-9]+$");
-        while (std::getline(in, line))
-        {
-            if (line.empty())
-                continue;
-            line = std::regex_replace(line, lineNumber, ", Line=N");
-            if (line.rfind(", File=", 0) == 0 && !lines.empty())
-                lines.back() += line;
-            else
-                lines.push_back(line);
-        }
-        return lines;
-    }
-
-private:
-    void Stop()
-    {
-        if (stopped_)
-            return;
-        stopped_ = true;
-        Kel_P_Trace_File_Disable();
-        Kel_Trace_Finalize();
-    }
-
-    static constexpr const char* kFile = "datetime_trace.txt";
-    bool stopped_ = false;
-};
+using ::TraceCapture;
 
 // The clock's source file as named in its error lines.
 #if defined(_WIN32)

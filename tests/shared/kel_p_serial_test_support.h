@@ -4,6 +4,7 @@
 
 #include "shared/kel_trace.h"
 #include "shared/platform/kel_p_serial.h"
+#include "shared/trace_capture.h"
 
 #include <chrono>
 #include <cstdio>
@@ -40,43 +41,6 @@ inline std::string GetEnvironment(const char* pName)
     const char* value = getenv(pName);
     return value != nullptr ? value : "";
 }
-
-// Captures the trace (level 4, everything) into a file while alive; Text() stops and returns the
-// lines with the line numbers replaced by '#', so that the expected texts survive edits of the
-// sources. The trace is process-wide: the capture switches it off again when done.
-class TraceCapture
-{
-public:
-    explicit TraceCapture(const char* pPath = "serial_trace.txt") : mPath(pPath)
-    {
-        remove(mPath);
-        Kel_Trace_Initialize(4);
-        Kel_P_Trace_File_Enable(mPath);
-    }
-    ~TraceCapture() { Stop(); }
-
-    std::string Text()
-    {
-        Stop();
-        std::ifstream in(mPath); // text mode: the Windows build writes CRLF line ends
-        std::stringstream text;
-        text << in.rdbuf();
-        return std::regex_replace(text.str(), std::regex("Line=[0-9]+"), "Line=#");
-    }
-
-private:
-    void Stop()
-    {
-        if (mActive)
-        {
-            Kel_P_Trace_File_Disable();
-            Kel_Trace_Finalize();
-            mActive = false;
-        }
-    }
-    const char* mPath;
-    bool mActive = true;
-};
 
 // ", File=<serial source>, Line=#" as error lines end.
 inline std::string At()

@@ -239,50 +239,6 @@ TEST_F(PtyLine, AnUnknownBaudRateChangesNothingOnTheLineButIsStored)
     EXPECT_EQ(mPort.flow_control, 1);
 }
 
-TEST_F(PtyLine, LineSettingsFieldsWithoutTermiosCounterpartReadBackAsWritten)
-{
-    ASSERT_EQ(Kel_P_Serial_Get_State(&mPort), Kel_Good);
-    EXPECT_EQ(mPort.dcb.DCBlength, sizeof(Kel_P_Serial_DCB));
-    EXPECT_EQ(mPort.dcb.fBinary, 1u);
-    mPort.dcb.BaudRate = 4800;
-    mPort.dcb.XonChar = 0x11;
-    mPort.dcb.XoffChar = 0x13;
-    mPort.dcb.XonLim = 100;
-    mPort.dcb.XoffLim = 200;
-    mPort.dcb.EvtChar = 0x7E;
-    mPort.dcb.ErrorChar = 0x3F;
-    mPort.dcb.fDtrControl = KEL_SERIAL_DTR_CONTROL_DISABLE;
-    mPort.dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_DISABLE;
-    mPort.dcb.fParity = 1;
-    mPort.dcb.fOutX = 1;
-    mPort.dcb.StopBits = KEL_SERIAL_TWOSTOPBITS;
-    ASSERT_EQ(Kel_P_Serial_Set_State(&mPort), Kel_Good);
-    const Kel_P_Serial_DCB written = mPort.dcb;
-    mPort.dcb = Kel_P_Serial_DCB{};
-    ASSERT_EQ(Kel_P_Serial_Get_State(&mPort), Kel_Good);
-    EXPECT_EQ(mPort.dcb.BaudRate, 4800u);
-    EXPECT_EQ(mPort.dcb.XonChar, 0x11);
-    EXPECT_EQ(mPort.dcb.XoffChar, 0x13);
-    EXPECT_EQ(mPort.dcb.XonLim, 100u);
-    EXPECT_EQ(mPort.dcb.XoffLim, 200u);
-    EXPECT_EQ(mPort.dcb.EvtChar, 0x7E);
-    EXPECT_EQ(mPort.dcb.ErrorChar, 0x3F);
-    EXPECT_EQ(mPort.dcb.fDtrControl, KEL_SERIAL_DTR_CONTROL_DISABLE);
-    EXPECT_EQ(mPort.dcb.fRtsControl, KEL_SERIAL_RTS_CONTROL_DISABLE);
-    EXPECT_EQ(mPort.dcb.fParity, 1u);
-    EXPECT_EQ(mPort.dcb.fOutX, 1u);
-    EXPECT_EQ(mPort.dcb.fInX, 0u);
-    EXPECT_EQ(mPort.dcb.StopBits, KEL_SERIAL_TWOSTOPBITS);
-    EXPECT_EQ(mPort.dcb.ByteSize, written.ByteSize);
-    // Settings the Windows driver refuses are refused here too.
-    Kel_P_Serial_DCB bad = written;
-    bad.ByteSize = 9;
-    EXPECT_EQ(Kel_P_Serial_SetCommState(mPort.port_fd, &bad), 0);
-    bad = written;
-    bad.Parity = 5;
-    EXPECT_EQ(Kel_P_Serial_SetCommState(mPort.port_fd, &bad), 0);
-}
-
 TEST_F(PtyLine, ReturnAtOnceGivesWhatIsQueuedOrNothingAfterTheIdleWait)
 {
     ASSERT_EQ(Kel_P_Serial_Set_Params(&mPort, 9600, 0, 8, 1, 0), Kel_Good);
@@ -655,45 +611,6 @@ TEST(SerialCharacterFormat, FlowControlFlagsAndCharacters)
     Kel_P_Serial_TermiosToDcb(settings, &back);
     EXPECT_EQ(back.fOutxCtsFlow, 0u);
     EXPECT_EQ(back.fRtsControl, KEL_SERIAL_RTS_CONTROL_ENABLE);
-}
-
-TEST_F(PtyLine, TheSessionsChangeOfTheLineSettingsIsAccepted)
-{
-    // What the session's open does: the host's time-outs, then parity on, DTR and RTS control
-    // disabled, XON/XOFF off with characters and limits 0.
-    const Kel_P_Serial_CommTimeouts host{20, 1, 300, 5, 500};
-    ASSERT_NE(Kel_P_Serial_SetCommTimeouts(mPort.port_fd, &host), 0);
-    ASSERT_NE(Kel_P_Serial_GetCommState(mPort.port_fd, &mPort.dcb), 0);
-    mPort.dcb.BaudRate = 9600;
-    mPort.dcb.ByteSize = 8;
-    mPort.dcb.StopBits = KEL_SERIAL_ONESTOPBIT;
-    mPort.dcb.fParity = 1;
-    mPort.dcb.Parity = KEL_SERIAL_EVENPARITY;
-    mPort.dcb.fOutX = 0;
-    mPort.dcb.fInX = 0;
-    mPort.dcb.fDtrControl = KEL_SERIAL_DTR_CONTROL_DISABLE;
-    mPort.dcb.fRtsControl = KEL_SERIAL_RTS_CONTROL_DISABLE;
-    mPort.dcb.XonChar = 0;
-    mPort.dcb.XoffChar = 0;
-    mPort.dcb.XonLim = 0;
-    mPort.dcb.XoffLim = 0;
-    EXPECT_NE(Kel_P_Serial_SetCommState(mPort.port_fd, &mPort.dcb), 0);
-    EXPECT_EQ(Kel_P_Serial_Set_Signal(&mPort, KEL_SERIAL_SIGNAL_DTR), Kel_Good);
-    EXPECT_EQ(Kel_P_Serial_Set_Signal(&mPort, KEL_SERIAL_SIGNAL_RTS), Kel_Good);
-    Kel_P_Serial_CommTimeouts timeouts{};
-    ASSERT_NE(Kel_P_Serial_GetCommTimeouts(mPort.port_fd, &timeouts), 0);
-    EXPECT_EQ(memcmp(&timeouts, &host, sizeof(host)), 0);
-    const Kel_P_Serial_DCB dcb = LineSettings();
-    EXPECT_EQ(dcb.BaudRate, 9600u);
-    EXPECT_EQ(dcb.fParity, 1u);
-    EXPECT_EQ(dcb.fDtrControl, KEL_SERIAL_DTR_CONTROL_DISABLE);
-    EXPECT_EQ(dcb.fRtsControl, KEL_SERIAL_RTS_CONTROL_DISABLE);
-    EXPECT_EQ(dcb.XonChar, 0);
-    // The line carries bytes with those time-outs: 4 asked, 1 x 4 + 300 ms at most.
-    PeerSend({0x01, 0x02, 0x03, 0x04});
-    int64_t elapsed = 0;
-    EXPECT_EQ(TimedRead(4, &elapsed), (Bytes{0x01, 0x02, 0x03, 0x04}));
-    EXPECT_LT(elapsed, 300);
 }
 
 #endif

@@ -3,6 +3,8 @@
 #include "shared/kel_trace.h"
 #include "shared/platform/kel_p_tcp.h"
 
+#include "shared/trace_capture.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -14,40 +16,6 @@
 
 namespace
 {
-std::string ReadFile(const char* pPath)
-{
-    std::ifstream in(pPath); // text mode: the Windows build writes CRLF line ends
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-// Collects the trace of one test in a file of its own and gives it back as text.
-class TraceCapture
-{
-public:
-    explicit TraceCapture(const char* pPath) : path(pPath)
-    {
-        remove(path);
-        Kel_Trace_Initialize(4);
-        Kel_P_Trace_File_Enable(path);
-    }
-    ~TraceCapture() { Stop(); }
-    std::string Stop()
-    {
-        if (!stopped)
-        {
-            Kel_P_Trace_File_Disable();
-            Kel_Trace_Finalize();
-            stopped = true;
-        }
-        return ReadFile(path);
-    }
-
-private:
-    const char* path;
-    bool stopped = false;
-};
 
 // A listener of this layer on a free loopback port (tries a run of ports from a varying start).
 uint16_t ListenOnFreePort(Kel_P_Tcp_Context* pServer)
@@ -137,26 +105,14 @@ TEST(Tcp, ArgumentsAreRejectedInOrder)
     EXPECT_EQ(Kel_P_Tcp_Server_Accept(&context, nullptr), Kel_BadInvalidArgument);
     EXPECT_EQ(count, 7u); // a rejected read leaves the count alone
     const std::string text = trace.Stop();
-
-    std::istringstream lines(text);
-    std::string line;
-    std::string messages;
-    while (std::getline(lines, line))
-    {
-        if (line.empty())
-            continue;
-        if (line.rfind(", File=", 0) == 0)
-            EXPECT_NE(line.find("/kel_p_tcp, Line="), std::string::npos) << line;
-        else
-            messages += line + "|";
-    }
-    EXPECT_EQ(messages, "<-- ReturnError: Arg pTcpContext is NULL!|"
-                        "<-- ReturnError: Arg pRemoteIpAddress is NULL!|"
-                        "<-- ReturnError: Argument aRemoteTcpPort is 0!|"
-                        "<-- ReturnError: Argument aCount is 0!|"
-                        "<-- ReturnError: Arg pCount is NULL!|"
-                        "<-- ReturnError: Argument aListenPort is 0!|"
-                        "<-- ReturnError: Arg pClientContext is NULL!|");
+    EXPECT_NE(text.find("NULL!\n, File=shared/src/shared/platform/"), std::string::npos) << text;
+    EXPECT_EQ(Messages(text), "<-- ReturnError: Arg pTcpContext is NULL!|"
+                              "<-- ReturnError: Arg pRemoteIpAddress is NULL!|"
+                              "<-- ReturnError: Argument aRemoteTcpPort is 0!|"
+                              "<-- ReturnError: Argument aCount is 0!|"
+                              "<-- ReturnError: Arg pCount is NULL!|"
+                              "<-- ReturnError: Argument aListenPort is 0!|"
+                              "<-- ReturnError: Arg pClientContext is NULL!|");
 }
 
 TEST(Tcp, RoundTripThroughOwnListener)

@@ -1,17 +1,19 @@
-// Data protection: MD5 digest, password encryption and decryption of data buffers (container bytes,
-// padding checks, destination handling) and the compression entry points, with their error lines.
+// Data protection: MD5 against the reference test suite (updates split at the block and padding
+// boundaries), AES-128 against the published cipher, key expansion, CBC and CTR examples (chaining
+// across calls, the counter carry), then the password encryption and decryption of data buffers
+// (container bytes, padding checks, destination handling) and the compression entry points, with their
+// error lines.
 #include "shared/kel_aes.h"
 #include "shared/kel_trace.h"
+#include "shared/kel_md5.h"
 #include "shared/kel_utils.h"
+#include "shared/trace_capture.h"
 
 #include "kel_test_hex.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
-#include <regex>
-#include <sstream>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -81,24 +83,101 @@ Decrypted Decrypt(const std::vector<uint8_t>& aContainer)
     return result;
 }
 
-std::string ReadFile(const char* pPath)
-{
-    std::ifstream in(pPath); // text mode: the Windows build writes CRLF line ends
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 // Captures the trace lines written while aAction runs; line numbers are replaced by "#".
 template <typename Action> std::string CaptureTrace(Action aAction)
 {
-    remove("protection_trace.txt");
-    EXPECT_EQ(Kel_Trace_Initialize(4), Kel_Good);
-    EXPECT_EQ(Kel_P_Trace_File_Enable("protection_trace.txt"), Kel_Good);
+    TraceCapture trace("protection_trace.txt");
     aAction();
-    EXPECT_EQ(Kel_P_Trace_File_Disable(), Kel_Good);
-    Kel_Trace_Finalize();
-    return std::regex_replace(ReadFile("protection_trace.txt"), std::regex("Line=[0-9]+"), "Line=#");
+    return trace.Text();
+}
+
+std::string Digest(const std::vector<uint8_t>& aData, const std::vector<uint32_t>& aPieces)
+{
+    kel_md5_context ctx{};
+    kel_md5_starts(&ctx);
+    uint32_t offset = 0;
+    for (uint32_t piece : aPieces)
+    {
+        kel_md5_update(&ctx, aData.data() + offset, piece);
+        offset += piece;
+    }
+    kel_md5_update(&ctx, aData.data() + offset, static_cast<uint32_t>(aData.size()) - offset);
+    uint8_t digest[16];
+    kel_md5_finish(&ctx, digest);
+    return ToHex(digest, 16);
+}
+
+// (i * 7 + 3) mod 256 for i = 0 .. aLength - 1.
+std::vector<uint8_t> Pattern(uint32_t aLength)
+{
+    std::vector<uint8_t> data(aLength);
+    for (uint32_t i = 0; i < aLength; ++i)
+        data[i] = static_cast<uint8_t>(i * 7 + 3);
+    return data;
+}
+
+struct Vector
+{
+    std::vector<uint8_t> data;
+    const char* digest;
+};
+
+std::vector<Vector> ReferenceSuite()
+{
+    return {
+        {Bytes(""), "d41d8cd98f00b204e9800998ecf8427e"},
+        {Bytes("a"), "0cc175b9c0f1b6a831c399e269772661"},
+        {Bytes("abc"), "900150983cd24fb0d6963f7d28e17f72"},
+        {Bytes("message digest"), "f96b697d7cb7938d525a2f31aaf161d0"},
+        {Bytes("abcdefghijklmnopqrstuvwxyz"), "c3fcd3d76192e4007dfb496cca67e13b"},
+        {Bytes("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"),
+         "d174ab98d277d9f5a5611c2c9f419d9f"},
+        {Bytes("1234567890123456789012345678901234567890123456789012345678901234567890123456789"
+               "0"),
+         "57edf4a22be3c955ac49da2e2107b67a"},
+    };
+}
+
+// Lengths around the padding limit (55/56) and the block size (63/64/65), and past a second block.
+std::vector<Vector> BoundarySuite()
+{
+    return {
+        {Pattern(55), "52c0e574e1198de5fe3f8f11440dcb1b"},
+        {Pattern(56), "46c9907fc908ee68b1e7b8e71286a518"},
+        {Pattern(63), "a62f6d59e837867693f042f5b8f5a236"},
+        {Pattern(64), "7160b8fb5e9e4023d549c3971fbaeead"},
+        {Pattern(65), "70bd662e7aefbda85a0f7244167b7897"},
+        {Pattern(119), "e84905d4214f4d1ca56c2cdcc152b143"},
+        {Pattern(120), "e3eb5a6c8669ea01a8c185b8abc8a5dc"},
+        {Pattern(128), "10b2da1a82f16d99a81a7203fe9f02cb"},
+    };
+}
+
+const std::string CipherKey = "2b7e151628aed2a6abf7158809cf4f3c";
+
+// The four plaintext blocks shared by the mode examples.
+const std::string ModePlainText = "6bc1bee22e409f96e93d7e117393172a"
+                                  "ae2d8a571e03ac9c9eb76fac45af8e51"
+                                  "30c81c46a35ce411e5fbc1191a0a52ef"
+                                  "f69f2445df4f9b17ad2b417be66c3710";
+
+const std::string CbcIv = "000102030405060708090a0b0c0d0e0f";
+const std::string CbcCipherText = "7649abac8119b246cee98e9b12e9197d"
+                                  "5086cb9b507219ee95db113a917678b2"
+                                  "73bed6b8e3c1743b7116e69e22229516"
+                                  "3ff1caa1681fac09120eca307586e1a7";
+
+const std::string CtrCounter = "f0f1f2f3f4f5f6f7f8f9fafbfcfdfeff";
+const std::string CtrCipherText = "874d6191b620e3261bef6864990db6ce"
+                                  "9806f66b7970fdff8617187bb9fffdff"
+                                  "5ae4df3edbd5d35e5b4f09020db03eab"
+                                  "1e031dda2fbe03d1792170a0f3009cee";
+
+kel_aes_ctx MakeContext(const std::string& aKey, const std::string& aIv)
+{
+    kel_aes_ctx ctx{};
+    kel_aes_init_ctx_iv(&ctx, FromHex(aKey).data(), FromHex(aIv).data());
+    return ctx;
 }
 } // namespace
 
@@ -382,15 +461,6 @@ TEST(Compression, NotImplementedIntoAnotherAreaInvalidIntoTheSame)
     EXPECT_EQ(Kel_Utils_CompressData2(&source, 8, &alias, &size, -1), Kel_BadInvalidArgument);
     EXPECT_EQ(Kel_Utils_DecompressData(&source, 8, &alias, &size), Kel_BadInvalidArgument);
     EXPECT_EQ(size, 123);
-
-    for (auto* fn : {&Kel_Utils_CompressData, &Kel_Utils_DecompressData})
-    {
-        EXPECT_EQ(fn(nullptr, 8, &dest, &size), Kel_BadInvalidArgument);
-        EXPECT_EQ(fn(&source, 8, nullptr, &size), Kel_BadInvalidArgument);
-        EXPECT_EQ(fn(&source, 8, &dest, nullptr), Kel_BadInvalidArgument);
-        EXPECT_EQ(fn(&source, 0, &dest, &size), Kel_BadInvalidArgument);
-    }
-    EXPECT_EQ(size, 123);
 }
 
 TEST(Compression, ErrorLines)
@@ -420,4 +490,157 @@ TEST(Compression, ErrorLines)
                          "<-- \"Kel_Utils_CompressData2\" = 0x80400000 (BAD).\n" + at +
                          "--- GotoError: Bad statuscode 0x80400000\n" + at +
                          "<-- \"Kel_Utils_CompressData\" = 0x80400000 (BAD).\n" + at);
+}
+
+TEST(Md5, ReferenceSuiteInOneUpdate)
+{
+    for (const Vector& v : ReferenceSuite())
+        EXPECT_EQ(Digest(v.data, {}), v.digest) << v.data.size() << " bytes";
+}
+
+TEST(Md5, ReferenceSuiteSplitAtEveryPoint)
+{
+    for (const Vector& v : ReferenceSuite())
+        for (uint32_t split = 0; split <= v.data.size(); ++split)
+            EXPECT_EQ(Digest(v.data, {split}), v.digest) << v.data.size() << " bytes split at " << split;
+}
+
+TEST(Md5, BoundaryLengthsInOneUpdateAndSplit)
+{
+    for (const Vector& v : BoundarySuite())
+    {
+        const uint32_t size = static_cast<uint32_t>(v.data.size());
+        EXPECT_EQ(Digest(v.data, {}), v.digest) << size;
+        for (uint32_t split = 0; split <= size; ++split)
+            EXPECT_EQ(Digest(v.data, {split}), v.digest) << size << " split at " << split;
+        // Many small pieces, one byte at a time, and pieces of 55 and 9 that straddle blocks.
+        EXPECT_EQ(Digest(v.data, std::vector<uint32_t>(size, 1)), v.digest) << size << " bytewise";
+        if (size >= 64)
+        {
+            EXPECT_EQ(Digest(v.data, {55, 9}), v.digest) << size << " as 55 + 9 + rest";
+        }
+    }
+}
+
+TEST(Aes, CipherExampleEncryptsAndDecryptsOneBlock)
+{
+    kel_aes_ctx ctx{};
+    kel_aes_init_ctx(&ctx, FromHex("000102030405060708090a0b0c0d0e0f").data());
+    std::vector<uint8_t> block = FromHex("00112233445566778899aabbccddeeff");
+    kel_aes_ecb_encrypt(&ctx, block.data());
+    EXPECT_EQ(ToHex(block), "69c4e0d86a7b0430d8cdb78070b4c55a");
+    kel_aes_ecb_decrypt(&ctx, block.data());
+    EXPECT_EQ(ToHex(block), "00112233445566778899aabbccddeeff");
+}
+
+TEST(Aes, KeyExpansionMatchesTheExpansionExample)
+{
+    kel_aes_ctx ctx{};
+    kel_aes_init_ctx(&ctx, FromHex(CipherKey).data());
+    EXPECT_EQ(ToHex(ctx.RoundKey, 16), CipherKey);
+    // w[4..7] and w[40..43] of the example.
+    EXPECT_EQ(ToHex(ctx.RoundKey + 16, 16), "a0fafe1788542cb123a339392a6c7605");
+    EXPECT_EQ(ToHex(ctx.RoundKey + 160, 16), "d014f9a8c9ee2589e13f0cc8b6630ca6");
+}
+
+TEST(Aes, CbcEncryptExampleInOneCallAndAcrossTwo)
+{
+    kel_aes_ctx ctx = MakeContext(CipherKey, CbcIv);
+    std::vector<uint8_t> data = FromHex(ModePlainText);
+    kel_aes_cbc_encrypt_buffer(&ctx, data.data(), 64);
+    EXPECT_EQ(ToHex(data), CbcCipherText);
+    EXPECT_EQ(ToHex(ctx.Iv, 16), CbcCipherText.substr(96)); // the last ciphertext block
+
+    ctx = MakeContext(CipherKey, CbcIv);
+    data = FromHex(ModePlainText);
+    kel_aes_cbc_encrypt_buffer(&ctx, data.data(), 16);
+    kel_aes_cbc_encrypt_buffer(&ctx, data.data() + 16, 48);
+    EXPECT_EQ(ToHex(data), CbcCipherText);
+}
+
+TEST(Aes, CbcDecryptExampleInOneCallAndAcrossTwo)
+{
+    kel_aes_ctx ctx = MakeContext(CipherKey, CbcIv);
+    std::vector<uint8_t> data = FromHex(CbcCipherText);
+    kel_aes_cbc_decrypt_buffer(&ctx, data.data(), 64);
+    EXPECT_EQ(ToHex(data), ModePlainText);
+    EXPECT_EQ(ToHex(ctx.Iv, 16), CbcCipherText.substr(96));
+
+    ctx = MakeContext(CipherKey, CbcIv);
+    data = FromHex(CbcCipherText);
+    kel_aes_cbc_decrypt_buffer(&ctx, data.data(), 32);
+    kel_aes_cbc_decrypt_buffer(&ctx, data.data() + 32, 32);
+    EXPECT_EQ(ToHex(data), ModePlainText);
+}
+
+TEST(Aes, CbcShortTailIsProcessedAsAWholeBlock)
+{
+    // 20 bytes asked: two whole blocks are encrypted, as for 32.
+    kel_aes_ctx ctx = MakeContext(CipherKey, CbcIv);
+    std::vector<uint8_t> data = FromHex(ModePlainText);
+    kel_aes_cbc_encrypt_buffer(&ctx, data.data(), 20);
+    EXPECT_EQ(ToHex(data.data(), 32), CbcCipherText.substr(0, 64));
+    EXPECT_EQ(ToHex(data.data() + 32, 32), ModePlainText.substr(64)); // untouched
+    EXPECT_EQ(ToHex(ctx.Iv, 16), CbcCipherText.substr(32, 32));
+
+    // Length 0 does nothing and keeps the chaining value.
+    kel_aes_cbc_decrypt_buffer(&ctx, data.data(), 0);
+    EXPECT_EQ(ToHex(data.data(), 32), CbcCipherText.substr(0, 64));
+    EXPECT_EQ(ToHex(ctx.Iv, 16), CbcCipherText.substr(32, 32));
+}
+
+TEST(Aes, CtrExampleEncryptsAndDecryptsAcrossTwoCalls)
+{
+    kel_aes_ctx ctx = MakeContext(CipherKey, CtrCounter);
+    std::vector<uint8_t> data = FromHex(ModePlainText);
+    kel_aes_ctr_xcrypt_buffer(&ctx, data.data(), 64);
+    EXPECT_EQ(ToHex(data), CtrCipherText);
+    EXPECT_EQ(ToHex(ctx.Iv, 16), "f0f1f2f3f4f5f6f7f8f9fafbfcfdff03"); // carried into byte 14
+
+    ctx = MakeContext(CipherKey, CtrCounter);
+    kel_aes_ctr_xcrypt_buffer(&ctx, data.data(), 32);
+    kel_aes_ctr_xcrypt_buffer(&ctx, data.data() + 32, 32);
+    EXPECT_EQ(ToHex(data), ModePlainText);
+}
+
+TEST(Aes, CtrPartialBlockTouchesOnlyItsBytesAndUsesUpOneCounter)
+{
+    kel_aes_ctx ctx = MakeContext(CipherKey, CtrCounter);
+    std::vector<uint8_t> data = FromHex(ModePlainText);
+    kel_aes_ctr_xcrypt_buffer(&ctx, data.data(), 5);
+    EXPECT_EQ(ToHex(data.data(), 5), CtrCipherText.substr(0, 10));
+    EXPECT_EQ(ToHex(data.data() + 5, 59), ModePlainText.substr(10));
+    EXPECT_EQ(ToHex(ctx.Iv, 16), "f0f1f2f3f4f5f6f7f8f9fafbfcfdff00");
+
+    // The next call starts on the next counter value: block 2 of the example.
+    kel_aes_ctr_xcrypt_buffer(&ctx, data.data() + 16, 16);
+    EXPECT_EQ(ToHex(data.data() + 16, 16), CtrCipherText.substr(32, 32));
+}
+
+TEST(Aes, CtrCounterCarriesBigEndianAndWraps)
+{
+    // Key stream of block n is the encrypted counter n; compare each against ECB of the expected counter.
+    struct Case
+    {
+        const char* first;
+        const char* second;
+    };
+    const Case cases[] = {
+        {"000102030405060708090a0b0c0dffff", "000102030405060708090a0b0c0e0000"},
+        {"00ffffffffffffffffffffffffffffff", "01000000000000000000000000000000"},
+        {"ffffffffffffffffffffffffffffffff", "00000000000000000000000000000000"},
+    };
+    for (const Case& c : cases)
+    {
+        kel_aes_ctx ctx = MakeContext(CipherKey, c.first);
+        uint8_t zeros[32] = {};
+        kel_aes_ctr_xcrypt_buffer(&ctx, zeros, 32);
+
+        std::vector<uint8_t> expected = FromHex(c.first);
+        std::vector<uint8_t> second = FromHex(c.second);
+        kel_aes_ecb_encrypt(&ctx, expected.data());
+        kel_aes_ecb_encrypt(&ctx, second.data());
+        expected.insert(expected.end(), second.begin(), second.end());
+        EXPECT_EQ(ToHex(zeros, 32), ToHex(expected)) << c.first;
+    }
 }

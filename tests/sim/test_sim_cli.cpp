@@ -79,19 +79,6 @@ int Wait(pid_t pid)
 
 } // namespace
 
-TEST(SimCli, HelpExplainsUse)
-{
-    Child child = Spawn({"--help"});
-    const std::string text = ReadOutput(child.out, 5000);
-    EXPECT_EQ(Wait(child.pid), 0);
-    for (const char* word : {"Usage: zentor-sim", "--pty", "--link", "--tcp", "--stdio", "--state", "--mode",
-                             "--variant", "--silent", "--bad-crc", "--wrong-address", "--garbage", "--drop",
-                             "--delay", "--chunks", "--trace"})
-        EXPECT_NE(text.find(word), std::string::npos) << word;
-    ::close(child.in);
-    ::close(child.out);
-}
-
 TEST(SimCli, PtyPrintsADeviceThatAnswers)
 {
     Child child = Spawn({"--pty", "--address", "0x00000007"});

@@ -1,11 +1,20 @@
-// The meter's answers, byte for byte, for a representative command of every answer layout, and
-// writes that change what later reads report.
+// The simulator's meter model: check values of its own CRCs, BCD and packet codec; the meter's answers,
+// byte for byte, for a representative command of every answer layout, and writes that change what later
+// reads report; the meter state as JSON (a few lines set up a meter, a saved state loads back to the
+// same meter, bad values are refused with the key named).
 #include "sim_test_util.h"
+#include "zentor_sim/codec.h"
+#include "zentor_sim/state_json.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
+#include <unistd.h>
+
 using namespace simtest;
-using zentor_sim::Simulator;
+using namespace zentor_sim;
+using nlohmann::json;
 
 namespace
 {
@@ -270,4 +279,148 @@ TEST_F(SimMeter, TariffProfileModeSharesCommand37WithTheArchives)
     EXPECT_EQ(Ask(sim, H("37 00 10 05 24")).size(), 31u);
     EXPECT_EQ(Ask(sim, H("37 E0 01 12 19")), Answer(H("37 05")));
     EXPECT_TRUE(Ask(sim, H("37 E0 01 12")).empty());
+}
+
+TEST(SimCodec, CrcCheckValues)
+{
+    const uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
+    EXPECT_EQ(Crc16Modbus(digits, 9), 0x4B37);
+    EXPECT_EQ(Crc24(digits, 9), 0x21CF02u);
+    EXPECT_EQ(Crc24(digits, 0), 0xB704CEu);
+    Bytes frame(digits, digits + 9);
+    AppendCrc16(frame);
+    EXPECT_EQ(frame[9], 0x37);
+    EXPECT_EQ(frame[10], 0x4B);
+    EXPECT_TRUE(Crc16Matches(frame.data(), frame.size()));
+    frame[3] ^= 1;
+    EXPECT_FALSE(Crc16Matches(frame.data(), frame.size()));
+}
+
+TEST(SimCodec, BcdAndHex)
+{
+    EXPECT_EQ(ToBcd(7), 0x07);
+    EXPECT_EQ(ToBcd(99), 0x99);
+    EXPECT_EQ(FromBcd(0x42), 42u);
+    EXPECT_FALSE(FromBcd(0x1A));
+    EXPECT_FALSE(FromBcd(0xA1));
+    Bytes out;
+    AppendBcd(out, 1234567, 4);
+    EXPECT_EQ(out, (Bytes{0x01, 0x23, 0x45, 0x67}));
+    EXPECT_EQ(Hex(out), "01 23 45 67");
+    EXPECT_EQ(ParseHex("01 23:45-67"), out);
+    EXPECT_FALSE(ParseHex("0 1"));
+    EXPECT_FALSE(ParseHex("0G"));
+}
+
+TEST(SimCodec, GatewayPacketLayout)
+{
+    // Header 01 00 04 00 01: packet 1, length 4, port 1; data checksum = sum - 1.
+    const Bytes packet = BuildGatewayPacket(1, 1, Bytes{0x01, 0x02, 0x00, 0x00});
+    const uint8_t header[] = {0x01, 0x00, 0x04, 0x00, 0x01};
+    const uint32_t crc = Crc24(header, 5);
+    ASSERT_EQ(packet.size(), 13u);
+    EXPECT_EQ(packet[0], crc & 0xFF);
+    EXPECT_EQ(packet[1], (crc >> 8) & 0xFF);
+    EXPECT_EQ(packet[2], crc >> 16);
+    EXPECT_EQ(Bytes(packet.begin() + 3, packet.end()),
+              (Bytes{0x01, 0x00, 0x04, 0x00, 0x01, 0x01, 0x02, 0x00, 0x00, 0x02}));
+    const uint8_t zeros[] = {0, 0};
+    EXPECT_EQ(GatewayChecksum(zeros, 2), 0xFF);
+
+    const auto parsed = ParseGatewayPacket(packet.data(), packet.size());
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->number, 1);
+    EXPECT_EQ(parsed->port, 1);
+    EXPECT_EQ(parsed->data, (Bytes{0x01, 0x02, 0x00, 0x00}));
+    EXPECT_FALSE(ParseGatewayPacket(packet.data(), packet.size() - 1));
+    Bytes damaged = packet;
+    damaged[4] ^= 0x01;
+    EXPECT_FALSE(ParseGatewayPacket(damaged.data(), damaged.size()));
+}
+
+namespace
+{
+
+Bytes AskMeter(Meter& meter, const Bytes& payload)
+{
+    const auto answer = meter.Handle(payload);
+    return answer ? *answer : Bytes{};
+}
+
+std::string ErrorOf(const char* text)
+{
+    Meter meter(TestState());
+    try
+    {
+        zentor_sim::ApplyJson(meter, json::parse(text));
+    }
+    catch (const std::runtime_error& error)
+    {
+        return error.what();
+    }
+    return "";
+}
+
+} // namespace
+
+TEST(SimState, AFewLinesDescribeAMeter)
+{
+    Meter meter(TestState());
+    zentor_sim::ApplyJson(meter, json::parse(R"({
+        "address": 5, "serial_number": 99,
+        "clock": {"time": "2023-12-31 23:59:58", "running": false},
+        "model": {"code": 4, "variant": 3},
+        "energy": {"active": [10, 20, 30, 12345678]},
+        "tariff": {"table_read_zones": 8, "zones_all_days": ["00:00,T1", "08:30,T3"], "holidays": ["25.12"]},
+        "journals": {"5": [{"code": 2, "time": "2024-01-02 03:04:05"}, {"empty": true}, {"raw": "09 00"}]}
+    })"));
+    EXPECT_EQ(meter.State().address, 5u);
+    EXPECT_EQ(AskMeter(meter, H("2F")), H("2F 00 00 00 63"));
+    EXPECT_EQ(AskMeter(meter, H("21")), H("21 07 23 59 58 31 12 23")); // a Sunday
+    EXPECT_EQ(AskMeter(meter, H("86 FF")), Cat(H("86 FF 04 03"), Bytes(14, 0x00)));
+    EXPECT_EQ(AskMeter(meter, H("27")), H("27 00 00 00 10 00 00 00 20 00 00 00 30 12 34 56 78"));
+    EXPECT_EQ(AskMeter(meter, H("31 B7")), Cat(H("31 00 00 88 30"), Bytes(12, 0xFF)));
+    EXPECT_EQ(AskMeter(meter, H("30 00")), Cat(H("30 25 12"), Bytes(14, 0xFF)));
+    EXPECT_EQ(AskMeter(meter, H("3A 00")), H("3A 02 03 04 05 02 01 24"));
+    EXPECT_EQ(AskMeter(meter, H("3A 01")), Cat(H("3A"), Bytes(7, 0xFF)));
+    EXPECT_EQ(AskMeter(meter, H("3A 02")), H("3A 09 00"));
+    // Keys not given keep the default meter's values.
+    EXPECT_EQ(AskMeter(meter, H("22")), H("22 15 00"));
+}
+
+TEST(SimState, SavedStateLoadsBackToTheSameMeter)
+{
+    Meter original(TestState());
+    original.State().damagedDays.insert(zentor_sim::ToSeconds(zentor_sim::Civil{2024, 5, 3}));
+    original.State().damagedSlots.insert(zentor_sim::ToSeconds(zentor_sim::Civil{2024, 5, 16, 20, 30}));
+    original.State().zones[3][2][5] = zentor_sim::Zone{0xAB, 0xCD}; // not a valid zone: kept raw
+    char path[] = "/tmp/zentor-sim-state-XXXXXX";
+    const int fd = ::mkstemp(path);
+    ASSERT_GE(fd, 0);
+    ::close(fd);
+    zentor_sim::SaveStateFile(original, path);
+
+    Meter loaded;
+    zentor_sim::LoadStateFile(loaded, path);
+    ::unlink(path);
+    EXPECT_EQ(zentor_sim::ToJson(loaded).dump(), zentor_sim::ToJson(original).dump());
+    for (const char* request : {"21", "27", "32 05", "33 02", "34 00", "35 02", "36 00", "39 00 00 00", "6E",
+                                "31 32", "37 00 03 05 24", "37 15 16 05 24", "6B", "2B", "86 02"})
+        EXPECT_EQ(AskMeter(loaded, H(request)), AskMeter(original, H(request))) << request;
+}
+
+TEST(SimState, BadValuesAreRefusedNamingTheKey)
+{
+    EXPECT_EQ(ErrorOf(R"({"address": -1})"), "state: address: out of range");
+    EXPECT_EQ(ErrorOf(R"({"summer_time_flag": 256})"), "state: summer_time_flag: out of range");
+    EXPECT_EQ(ErrorOf(R"({"clock": {"time": "2024-02-30 00:00:00"}})"),
+              "state: clock.time: expected YYYY-MM-DD or YYYY-MM-DD HH:MM:SS");
+    EXPECT_EQ(ErrorOf(R"({"tariff": {"zones_all_days": ["25:00,T1"]}})"),
+              "state: tariff.zones_all_days: expected \"HH:MM,Tn\" or two hex bytes, got \"25:00,T1\"");
+    EXPECT_EQ(ErrorOf(R"({"tariff": {"table_read_zones": 12}})"),
+              "state: tariff.table_read_zones: expected 8 or 16");
+    EXPECT_EQ(ErrorOf(R"({"journals": {"1": [{"code": 1}]}})"),
+              "state: journals.1: an entry needs code and time (or raw, or empty)");
+    EXPECT_EQ(ErrorOf(R"({"plc1_config": "01 02"})"), "state: plc1_config: expected 8 hex bytes");
+    EXPECT_EQ(ErrorOf(R"([1, 2])"), "state: (document): expected an object");
 }

@@ -48,9 +48,7 @@ Kel_StatusCode ReadRaw(const Kel_TraceScope& kelScope, Kel_Zentor1Phase_ClientCo
 {
     memset(pOut, 0, aCount);
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, aCommand));
-    if (pContext->ApplicationContext.inBufferIndex != aLength)
-        return Kel_Zentor1Phase_ClientLengthMismatch(kelScope, __LINE__, aLength, aMismatch);
+    KEL_CLIENT_READ(aCommand, aLength, aMismatch);
     memcpy(pOut, KEL_CLIENT_IN + 1, aCount);
     if (pSuccessFormat != KEL_NULL)
         Kel_P_Trace_Imp(kelScope.module, KEL_TRACE_LEVEL_FLOW, KEL_NULL, 0, kelScope.file, __LINE__,
@@ -64,8 +62,7 @@ Kel_StatusCode ReadTime7(const Kel_TraceScope& kelScope, Kel_Zentor1Phase_Client
 {
     memset(pDateTime, 0, sizeof(*pDateTime));
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, aCommand));
-    KEL_CLIENT_LENGTH(8, Kel_BadDeviceErrorResponse);
+    KEL_CLIENT_READ(aCommand, 8, Kel_BadDeviceErrorResponse);
     Kel_Zentor1Phase_MeterTime7 decoded{};
     KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 7, decoded.value));
     *pDateTime = decoded;
@@ -141,8 +138,7 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadSerial(Kel_Zentor1Phase_ClientContext
     KEL_REJECT_IF(aSerialNumberSizeInBytes < 9, Kel_BadInvalidArgument);
     memset(pSerialNumber, 0, aSerialNumberSizeInBytes);
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x2F));
-    KEL_CLIENT_LENGTH(5, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x2F, 5, Kel_BadDeviceUnknownResponse);
     uint32_t number = 0;
     KEL_GOTO_IF_BAD(status, Kel_Zentor1Phase_Utils_PackUInt32(KEL_CLIENT_IN, KEL_ZENTOR1PHASE_IN_BUFFER_SIZE,
                                                               1, &number));
@@ -176,8 +172,7 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadGroupAddress(Kel_Zentor1Phase_ClientC
     KEL_REJECT_NULL(address);
     *address = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x20));
-    KEL_CLIENT_LENGTH(5, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x20, 5, Kel_BadDeviceUnknownResponse);
     KEL_GOTO_IF_BAD(status, Kel_Zentor1Phase_Utils_PackUInt32(KEL_CLIENT_IN, KEL_ZENTOR1PHASE_IN_BUFFER_SIZE,
                                                               1, address));
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadGroupAddress, Group Address= %08X", *address);
@@ -213,11 +208,9 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadTime(Kel_Zentor1Phase_ClientContext* 
     KEL_REJECT_NULL(pDateTime);
     *pDateTime = DateTime{};
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x21));
-    KEL_CLIENT_LENGTH(8, Kel_BadDeviceErrorResponse);
     // Day of week, hour, minute, second, day, month, year; the day of week is not used.
     uint8_t d[7];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 7, d));
+    KEL_CLIENT_READ_BCD(0x21, 8, Kel_BadDeviceErrorResponse, 1, 7, d);
     KEL_GOTO_IF_BAD(status, Kel_Zentor1Phase_ClientMakeDate(d[6], d[5], d[4], d[1], d[2], d[3], pDateTime));
     KEL_EXIT(status);
 }
@@ -230,10 +223,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadProdDate(Kel_Zentor1Phase_ClientConte
     KEL_REJECT_NULL(pDateTime);
     *pDateTime = DateTime{};
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x66));
-    KEL_CLIENT_LENGTH(4, Kel_BadDeviceErrorResponse);
     uint8_t d[3];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 3, d));
+    KEL_CLIENT_READ_BCD(0x66, 4, Kel_BadDeviceErrorResponse, 1, 3, d);
     KEL_GOTO_IF_BAD(status, Kel_Zentor1Phase_ClientMakeDate(d[2], d[1], d[0], 0, 0, 0, pDateTime));
     KEL_EXIT(status);
 }
@@ -280,10 +271,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadPowerLimit(Kel_Zentor1Phase_ClientCon
     KEL_REJECT_NULL(pValue);
     *pValue = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x22));
-    KEL_CLIENT_LENGTH(3, Kel_BadDeviceUnknownResponse);
     uint8_t d[2];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 2, d));
+    KEL_CLIENT_READ_BCD(0x22, 3, Kel_BadDeviceUnknownResponse, 1, 2, d);
     *pValue = (d[0] * 100.0 + d[1]) * 10.0;
     KEL_EXIT(status);
 }
@@ -317,10 +306,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadEnergyLimit(Kel_Zentor1Phase_ClientCo
     KEL_REJECT_NULL(pValue);
     *pValue = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x23));
-    KEL_CLIENT_LENGTH(3, Kel_BadDeviceUnknownResponse);
     uint8_t d[2];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 2, d));
+    KEL_CLIENT_READ_BCD(0x23, 3, Kel_BadDeviceUnknownResponse, 1, 2, d);
     *pValue = static_cast<uint16_t>(d[0] * 100 + d[1]);
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadEnergyLimit() success");
     KEL_EXIT(status);
@@ -349,8 +336,7 @@ Kel_Zentor1Phase_Client_ReadTariffEnergyLimit(Kel_Zentor1Phase_ClientContext* pC
     KEL_REJECT_NULL(tariffEnergyLimit);
     memset(tariffEnergyLimit, 0, 4 * sizeof(*tariffEnergyLimit));
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x6E));
-    KEL_CLIENT_LENGTH(17, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x6E, 17, Kel_BadDeviceUnknownResponse);
     Kel_Zentor1Phase_TariffEnergyLimit limits[4]{};
     for (uint32_t t = 0; t < 4; ++t)
     {
@@ -416,10 +402,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadFirmwareVersion(Kel_Zentor1Phase_Clie
     KEL_REJECT_NULL(pVersion);
     memset(pVersion, 0, 6);
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x28));
-    KEL_CLIENT_LENGTH(7, Kel_BadDeviceUnknownResponse);
     uint8_t d[3];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 4, 3, d));
+    KEL_CLIENT_READ_BCD(0x28, 7, Kel_BadDeviceUnknownResponse, 4, 3, d);
     // Major, minor, then the release date as century 20, d(in[6]), d(in[5]), d(in[4]); in[3] is unused.
     const uint8_t version[6] = {KEL_CLIENT_IN[1], KEL_CLIENT_IN[2], 20, d[2], d[1], d[0]};
     memcpy(pVersion, version, 6);
@@ -437,8 +421,7 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadFirmwareCRC(Kel_Zentor1Phase_ClientCo
     KEL_REJECT_NULL(pCrc);
     *pCrc = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x87));
-    KEL_CLIENT_LENGTH(17, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x87, 17, Kel_BadDeviceUnknownResponse);
     *pCrc = static_cast<uint16_t>(KEL_CLIENT_IN[1] * 256 + KEL_CLIENT_IN[2]);
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadFirmwareCRC\nFirmware CRC: %X\n", *pCrc);
     KEL_EXIT(status);
@@ -452,10 +435,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadBatteryVoltage(Kel_Zentor1Phase_Clien
     KEL_REJECT_NULL(pVoltage);
     memset(pVoltage, 0, 2);
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x29));
-    KEL_CLIENT_LENGTH(3, Kel_BadDeviceUnknownResponse);
     uint8_t d[2];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 2, d));
+    KEL_CLIENT_READ_BCD(0x29, 3, Kel_BadDeviceUnknownResponse, 1, 2, d);
     memcpy(pVoltage, d, 2);
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadBatteryVoltage litium battery voltage: %d.%dV\n", d[0], d[1]);
     KEL_EXIT(status);
@@ -500,8 +481,7 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadTimeCorrection3(Kel_Zentor1Phase_Clie
     KEL_REJECT_NULL(pValue);
     *pValue = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x64));
-    KEL_CLIENT_LENGTH(4, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x64, 4, Kel_BadDeviceUnknownResponse);
     *pValue = (static_cast<uint32_t>(KEL_CLIENT_IN[1]) << 16) |
               (static_cast<uint32_t>(KEL_CLIENT_IN[2]) << 8) | KEL_CLIENT_IN[3];
     KEL_EXIT(status);
@@ -625,11 +605,9 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastConfigTime(Kel_Zentor1Phase_Clien
     KEL_REJECT_NULL(pDateTime);
     *pDateTime = DateTime{};
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x6B));
-    KEL_CLIENT_LENGTH(8, Kel_BadDeviceErrorResponse);
     // Hour, minute, second, day, month, year: no day of week in front, unlike command 0x21.
     uint8_t d[6];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 6, d));
+    KEL_CLIENT_READ_BCD(0x6B, 8, Kel_BadDeviceErrorResponse, 1, 6, d);
     KEL_GOTO_IF_BAD(status, Kel_Zentor1Phase_ClientMakeDate(d[5], d[4], d[3], d[0], d[1], d[2], pDateTime));
     KEL_EXIT(status);
 }
@@ -882,8 +860,7 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadPowerLimitMode(Kel_Zentor1Phase_Clien
     KEL_REJECT_NULL(pMode);
     memset(pMode, 0, 4);
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x68));
-    KEL_CLIENT_LENGTH(3, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x68, 3, Kel_BadDeviceUnknownResponse);
     const uint8_t second = KEL_CLIENT_IN[2];
     pMode[0] = KEL_CLIENT_IN[1];
     pMode[1] = second & 0x0F;
@@ -926,8 +903,7 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadDesignVariant(Kel_Zentor1Phase_Client
     KEL_REJECT_NULL(pValue);
     *pValue = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x65));
-    KEL_CLIENT_LENGTH(3, Kel_BadDeviceUnknownResponse);
+    KEL_CLIENT_READ(0x65, 3, Kel_BadDeviceUnknownResponse);
     *pValue = static_cast<uint16_t>(KEL_CLIENT_IN[1] * 256 + KEL_CLIENT_IN[2]);
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadDesignVariant");
     KEL_EXIT(status);
@@ -943,10 +919,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadRunningTime(Kel_Zentor1Phase_ClientCo
     *onTime = 0;
     *offTime = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x69));
-    KEL_CLIENT_LENGTH(7, Kel_BadDeviceUnknownResponse);
     uint8_t d[6];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 6, d));
+    KEL_CLIENT_READ_BCD(0x69, 7, Kel_BadDeviceUnknownResponse, 1, 6, d);
     *onTime = d[0] * 10000u + d[1] * 100u + d[2];
     *offTime = d[3] * 10000u + d[4] * 100u + d[5];
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadRunningTime");

@@ -346,10 +346,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadPayloadPower(Kel_Zentor1Phase_ClientC
     KEL_REJECT_NULL(pValue);
     memset(pValue, 0, 2);
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x26));
-    KEL_CLIENT_LENGTH(3, Kel_BadDeviceUnknownResponse);
     uint8_t d[2];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 2, d));
+    KEL_CLIENT_READ_BCD(0x26, 3, Kel_BadDeviceUnknownResponse, 1, 2, d);
     memcpy(pValue, d, 2);
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "ReadPayloadPower power in the payload: %d.%d kw\n", d[0], d[1]);
     KEL_EXIT(status);
@@ -367,10 +365,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadUIP(Kel_Zentor1Phase_ClientContext* p
     *i = 0;
     *p = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x63));
-    KEL_CLIENT_LENGTH(8, Kel_BadDeviceUnknownResponse);
     uint8_t d[7];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 7, d));
+    KEL_CLIENT_READ_BCD(0x63, 8, Kel_BadDeviceUnknownResponse, 1, 7, d);
     // The meter's units, handed on undivided.
     *v = d[0] * 100u + d[1];
     *i = d[2] * 100u + d[3];
@@ -387,10 +383,8 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadExtendedNetParams(Kel_Zentor1Phase_Cl
     KEL_REJECT_NULL(pValue);
     *pValue = Kel_Zentor1Phase_ExtendedNetParams{};
     Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, 0x81));
-    KEL_CLIENT_LENGTH(11, Kel_BadDeviceUnknownResponse);
     uint8_t d[2];
-    KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + 1, 2, d));
+    KEL_CLIENT_READ_BCD(0x81, 11, Kel_BadDeviceUnknownResponse, 1, 2, d);
     pValue->frequency = static_cast<uint16_t>(d[0] * 100 + d[1]);
     pValue->value1 = static_cast<uint8_t>(KEL_CLIENT_IN[3] + 1);
     pValue->value2 = KEL_CLIENT_IN[4];

@@ -26,6 +26,22 @@
             return Kel_Zentor1Phase_ClientLengthMismatch(kelScope, __LINE__, (aLength), (aCode));            \
     } while (0)
 
+// The read of a command with the check of its answer length (both as above).
+#define KEL_CLIENT_READ(aCommand, aLength, aCode)                                                            \
+    do                                                                                                       \
+    {                                                                                                        \
+        KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Read(&pContext->ApplicationContext, (aCommand)));        \
+        KEL_CLIENT_LENGTH((aLength), (aCode));                                                               \
+    } while (0)
+
+// The same for an answer of BCD numbers: aCount of them from answer byte aFirst decoded into aOut.
+#define KEL_CLIENT_READ_BCD(aCommand, aLength, aCode, aFirst, aCount, aOut)                                  \
+    do                                                                                                       \
+    {                                                                                                        \
+        KEL_CLIENT_READ((aCommand), (aLength), (aCode));                                                     \
+        KEL_CLIENT_CHECK(Kel_Zentor1Phase_ClientDecodeBcd(KEL_CLIENT_IN + (aFirst), (aCount), (aOut)));      \
+    } while (0)
+
 // A conversion (BCD) that may fail: "<-- ReturnError: 0x%08X" with its status.
 #define KEL_CLIENT_CHECK(aStep)                                                                              \
     do                                                                                                       \

@@ -24,6 +24,8 @@ struct TraceFile
     FILE* file;
     char name[KEL_TRACE_PATH_SIZE];
     char nameOld[KEL_TRACE_PATH_SIZE + 4];
+    // The stream's buffer: a stream given its own buffer allocates none when it is opened again.
+    char buffer[BUFSIZ];
 };
 
 // Process-wide state; everything but the level is guarded by log_mutex.
@@ -84,8 +86,17 @@ void CloseFile(TraceFile& rFile)
     }
 }
 
+void UseOwnBuffer(TraceFile& rFile)
+{
+    if (rFile.file != KEL_NULL)
+        setvbuf(rFile.file, rFile.buffer, _IOFBF, sizeof(rFile.buffer));
+}
+
 // Appends the line; when the file reaches half the size limit it becomes the old generation and a
 // new current file is opened. A failed rename leaves the sink closed until it is enabled again.
+// Where the system renames an open file (POSIX), the open stream is renamed and then reopened on the
+// current name in place (freopen), so that the rotation allocates nothing on the caller's exchange;
+// elsewhere (Windows) the file is closed first and opened anew.
 void WriteToFile(TraceFile& rFile, const char* pLine)
 {
     if (rFile.file == KEL_NULL)
@@ -93,11 +104,19 @@ void WriteToFile(TraceFile& rFile, const char* pLine)
     fputs(pLine, rFile.file);
     if (ftell(rFile.file) < log_size / 2)
         return;
-    CloseFile(rFile);
+    fflush(rFile.file);
     remove(rFile.nameOld);
+    if (rename(rFile.name, rFile.nameOld) == 0)
+    {
+        rFile.file = freopen(rFile.name, "a", rFile.file);
+        UseOwnBuffer(rFile);
+        return;
+    }
+    CloseFile(rFile);
     if (rename(rFile.name, rFile.nameOld) != 0)
         return;
     rFile.file = fopen(rFile.name, "a");
+    UseOwnBuffer(rFile);
 }
 
 // The finished line is written as it is (fputs), not handed to a printf-style call a second time, so a
@@ -169,6 +188,7 @@ void OpenFile(TraceFile& rFile, const char* pFileName)
     rFile.file = fopen(rFile.name, "a");
     if (rFile.file == KEL_NULL)
         perror("enable_log_file, fopen - Fail");
+    UseOwnBuffer(rFile);
 }
 
 // Runs one change of the sink state under log_mutex.

@@ -92,15 +92,6 @@ void SetChannelName(Kel_P_Tcp_Context* pTcpContext, const char* pAddress, uint16
 }
 } // namespace
 
-Kel_StatusCode Kel_P_Tcp_Create_Context(Kel_P_Tcp_Context* pTcpContext)
-{
-    KEL_ENTER(Kel_Module_Tcp);
-    KEL_REJECT_NULL(pTcpContext);
-    *pTcpContext = Kel_P_Tcp_Context{};
-    pTcpContext->socket_fd = KEL_TCP_INVALID_SOCKET;
-    KEL_EXIT(Kel_Good);
-}
-
 Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const char* pRemoteIpAddress,
                                        uint16_t aRemoteTcpPort, uint32_t aTimeout)
 {
@@ -199,22 +190,6 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Kel_P_Tcp_Client_Create - OK, channel=%s, client_fd=%d",
               pTcpContext->channel_name, fd);
     KEL_EXIT(Kel_Good);
-}
-
-Kel_StatusCode Kel_P_Tcp_Client_ReOpen(Kel_P_Tcp_Context* pTcpContext, uint32_t aDelay)
-{
-    KEL_ENTER(Kel_Module_Tcp);
-    KEL_REJECT_NULL(pTcpContext);
-    Kel_StatusCode status = Kel_Good;
-    if (pTcpContext->ip_address[0] == '\0')
-        KEL_EXIT(status);
-    const Kel_P_Tcp_Context saved = *pTcpContext;
-    KEL_GOTO_IF_BAD(status, Kel_P_Tcp_Close(pTcpContext));
-    Kel_P_Sleep(aDelay / 2);
-    KEL_GOTO_IF_BAD(status,
-                    Kel_P_Tcp_Client_Create(pTcpContext, saved.ip_address, saved.tcp_port, saved.timeout));
-    Kel_P_Sleep(aDelay / 2);
-    KEL_EXIT(status);
 }
 
 Kel_StatusCode Kel_P_Tcp_Write(Kel_P_Tcp_Context* pTcpContext, const uint8_t* pData, uint32_t aCount)
@@ -407,3 +382,6 @@ Kel_StatusCode Kel_P_Tcp_Server_Accept(Kel_P_Tcp_Context* pServerContext, Kel_P_
               pServerContext->channel_name, pServerContext->socket_fd, fd, pClientContext->channel_name);
     KEL_EXIT(Kel_Good);
 }
+
+// The calls written the same on every system (their trace names this file).
+#include "shared/platform/kel_p_tcp_common.h"
