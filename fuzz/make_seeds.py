@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Writes the seed corpora in fuzz/corpus/<target>/. Each seed is a small, meaningful input: a valid
-answer frame, an echoed request, a gateway answer, the default schedule, ISO times, padded blocks."""
+answer frame, an echoed request, a gateway answer, the default schedule, ISO times, padded blocks, eOpen mode
+texts, schedule and holiday texts."""
 import os
 import sys
 
@@ -27,6 +28,26 @@ def write(target, name, data):
     os.makedirs(folder, exist_ok=True)
     with open(os.path.join(folder, name), "wb") as f:
         f.write(bytes(data))
+
+
+MONTHS = ["Январь", "Февраль", "Март", "Апрель", "Май", "Июнь", "Июль", "Август", "Сентябрь", "Октябрь",
+          "Ноябрь", "Декабрь"]
+DAY_KINDS = ["Понедельник", "Вторник", "Среда", "Четверг", "Пятница", "Суббота", "Воскресенье", "Праздник"]
+GENITIVE = ["января", "февраля", "марта", "апреля", "мая", "июня", "июля", "августа", "сентября", "октября",
+            "ноября", "декабря"]
+
+
+def schedule_text(zones_per_day, zones):
+    """The schedule text as the reads write it, the same (hour, minute, tariff) zones every day."""
+    text = ""
+    for month in MONTHS:
+        text += month + "\n"
+        for day in DAY_KINDS:
+            text += "\t" + day + "\n"
+            for hour, minute, tariff in zones[:zones_per_day]:
+                text += "\t%02d:%02d,T%d\n" % (hour, minute, tariff)
+        text += "\n"
+    return (text + "\tEnd").encode("cp1251")
 
 
 def main():
@@ -64,6 +85,20 @@ def main():
     write("fuzz_decrypt_unpad", "pad_16", [16] * 16)
     write("fuzz_decrypt_unpad", "pad_3", list(b"energy meter!") + [3, 3, 3])
     write("fuzz_decrypt_unpad", "bad_pad", list(b"0123456789ABCDEF") + [0] * 15 + [17])
+    # eOpen mode texts.
+    write("fuzz_open_mode", "full", b"baud=9600 parity=Even data=8 stop=1 dtr=on rts=on")
+    write("fuzz_open_mode", "baud_only", b"baud=9600")
+    write("fuzz_open_mode", "long_word", b"baud=4800 parity=Spaaaaaaaaaaaaaaaaaace data=7 stop=2 dtr=off rts=off")
+    write("fuzz_open_mode", "blank", b" \t\n")
+    # Schedule texts (Windows-1251): byte 0 bit 0 chooses 16 zones a day, else 8.
+    write("fuzz_schedule_text", "raw_two_zones", b"\0" + schedule_text(8, [(7, 0, 1), (23, 0, 2)]))
+    write("fuzz_schedule_text", "client_full_day", b"\1" + schedule_text(16, [(h, 30, h % 4 + 1) for h in range(16)]))
+    write("fuzz_schedule_text", "empty_days", b"\0" + schedule_text(8, []))
+    write("fuzz_schedule_text", "out_of_range", b"\1" + schedule_text(16, [(24, 0, 1), (7, 60, 2), (8, 0, 5)]))
+    # Holiday texts (Windows-1251).
+    write("fuzz_holiday_text", "three", "1 января\n7 января\n8 марта\n".encode("cp1251"))
+    write("fuzz_holiday_text", "sixteen", "".join("%d %s\n" % (d, GENITIVE[d % 12]) for d in range(1, 18)).encode("cp1251"))
+    write("fuzz_holiday_text", "nominative", "25 декабрь\n1 мая\n".encode("cp1251"))
     return 0
 
 

@@ -11,7 +11,7 @@ shift || true
 targets=("$@")
 if [ "${#targets[@]}" -eq 0 ]; then
     targets=(fuzz_transport_receive fuzz_echo_remove fuzz_gateway_answer fuzz_schedule_decode
-             fuzz_iso_time fuzz_decrypt_unpad)
+             fuzz_iso_time fuzz_decrypt_unpad fuzz_open_mode fuzz_schedule_text fuzz_holiday_text)
 fi
 
 cmake --preset fuzz >/dev/null

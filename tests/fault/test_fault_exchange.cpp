@@ -1,0 +1,316 @@
+// The exports when the line misbehaves: a silent meter (the request and its one repetition, then the
+// export's message), a corrupted CRC, an answer cut by gaps just under and just over the answer
+// time-out, a dropped TCP connection, the simulator killed in the middle of an answer, and a
+// pseudo-terminal that hangs up. Each ends in its result within its time, measured on the monotonic
+// clock, with no descriptor left open.
+#include "fault/fault_support.h"
+
+#include "Q310/q310_export_support.h"
+
+#include <string>
+
+namespace
+{
+using e2e::Path;
+using fault::Elapsed;
+
+// The protocol client of eReadSerialNumber waits 1000 ms for an answer.
+constexpr int64_t kAnswerTimeOutMs = 1000;
+// One channel read waits at most 300 ms here (the host's read constant, and the socket read time-out);
+// a read that is already waiting when the answer time passes still ends, and may still complete the
+// frame, that much later.
+constexpr int64_t kReadTimeOutMs = 300;
+// Each wait for an answer ends between the answer time-out and one read later.
+constexpr int64_t kWaitMaxMs = kAnswerTimeOutMs + kReadTimeOutMs;
+// What a measured time may exceed its bound by on a loaded machine.
+constexpr int64_t kSlackMs = 500;
+
+constexpr auto kFrequencyText = Q310_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
+
+int64_t Count(const std::vector<std::string>& aLines, const std::string& aPrefix)
+{
+    int64_t count = 0;
+    for (const std::string& line : aLines)
+        if (line.rfind(aPrefix, 0) == 0)
+            ++count;
+    return count;
+}
+
+// The end-to-end session against the in-process simulator; TearDown closes everything and checks that
+// the descriptors open before the test are all that is open after it.
+class FaultTest : public e2e::SessionTest
+{
+protected:
+    void SetUp() override
+    {
+        descriptors = fault::OpenDescriptors();
+        e2e::SessionTest::SetUp();
+    }
+    void TearDown() override
+    {
+        CloseAll();
+        simulator.reset();
+        EXPECT_EQ(fault::OpenDescriptors(), descriptors);
+    }
+    // The trace files stay open across eClose (tracing ends, the files are reopened by the next
+    // session); they are closed here so that the count compares like with like.
+    void CloseAll()
+    {
+        if (opened)
+        {
+            Kel_P_Trace_File_Disable();
+            Kel_P_Trace_File_Errors_Disable();
+            EXPECT_EQ(eClose(0, err), 1);
+            opened = false;
+        }
+        if (simulator)
+            simulator->Stop();
+    }
+    bool Open()
+    {
+        const bool ok = OpenSession();
+        Kel_P_Trace_Console_Disable();
+        return ok;
+    }
+    // eReadFrequency, timed.
+    int32_t ReadFrequency(int64_t& rElapsedMs)
+    {
+        ClearErr();
+        frequency[0] = '\0';
+        const Elapsed elapsed;
+        const int32_t result = eReadFrequency(0, frequency, err);
+        rElapsedMs = elapsed.Ms();
+        return result;
+    }
+    std::string Err() const { return std::string(err); }
+
+    size_t descriptors = 0;
+    char frequency[32] = {};
+};
+
+class Faults : public FaultTest
+{
+};
+
+TEST_P(Faults, SilentMeterGetsTheRequestTwiceThenTheMessage)
+{
+    ASSERT_TRUE(Open());
+    Silence();
+    ClearTrace();
+    int64_t ms = 0;
+    EXPECT_EQ(ReadFrequency(ms), 0);
+    EXPECT_EQ(Err(), kFrequencyText.text);
+    EXPECT_EQ(Count(Trace(), "-- fault: silent"), 2);
+    EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
+    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
+}
+
+TEST_P(Faults, CorruptedCrcIsNeverTaken)
+{
+    ASSERT_TRUE(Open());
+    {
+        auto lock = simulator->Lock();
+        simulator->GetFaults().badCrc = zentor_sim::kAlways;
+    }
+    ClearTrace();
+    int64_t ms = 0;
+    EXPECT_EQ(ReadFrequency(ms), 0);
+    EXPECT_EQ(Err(), kFrequencyText.text);
+    EXPECT_EQ(Count(Trace(), "-- fault: corrupted CRC"), 2);
+    EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
+    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
+}
+
+TEST_P(Faults, CorruptedCrcOnceIsMadeGoodByTheRepetition)
+{
+    ASSERT_TRUE(Open());
+    {
+        auto lock = simulator->Lock();
+        simulator->GetFaults().badCrc = 1;
+    }
+    ClearTrace();
+    int64_t ms = 0;
+    EXPECT_EQ(ReadFrequency(ms), 1) << Err();
+    EXPECT_STREQ(frequency, "50.01");
+    EXPECT_EQ(Count(Trace(), "-- fault: corrupted CRC"), 1);
+    EXPECT_EQ(Count(Trace(), "tx "), 2);
+    EXPECT_GE(ms, kAnswerTimeOutMs);
+    EXPECT_LT(ms, kWaitMaxMs + kSlackMs);
+}
+
+// The 17-byte answer frame in two pieces, 9 and 8 bytes: it is complete one gap after the answer began.
+void SplitAnswer(zentor_sim::Simulator& rSimulator, unsigned aGapMs)
+{
+    auto lock = rSimulator.Lock();
+    rSimulator.GetFaults().chunkSize = 9;
+    rSimulator.GetFaults().chunkGapMs = aGapMs;
+}
+
+TEST_P(Faults, AnswerCompleteJustUnderTheAnswerTimeOutIsTaken)
+{
+    ASSERT_TRUE(Open());
+    constexpr unsigned kGapMs = 850;
+    SplitAnswer(*simulator, kGapMs);
+    ClearTrace();
+    int64_t ms = 0;
+    EXPECT_EQ(ReadFrequency(ms), 1) << Err();
+    EXPECT_STREQ(frequency, "50.01");
+    EXPECT_EQ(Count(Trace(), "tx "), 1);
+    EXPECT_GE(ms, kGapMs);
+    EXPECT_LT(ms, kWaitMaxMs + kSlackMs);
+}
+
+// Just over: later than the last read that can still take it (answer time-out plus one read).
+TEST_P(Faults, AnswerCompleteJustOverTheAnswerTimeOutFails)
+{
+    ASSERT_TRUE(Open());
+    SplitAnswer(*simulator, static_cast<unsigned>(kWaitMaxMs + 150));
+    ClearTrace();
+    int64_t ms = 0;
+    EXPECT_EQ(ReadFrequency(ms), 0);
+    EXPECT_EQ(Err(), kFrequencyText.text);
+    // Both transmissions time out: the repetition's answer is as slow, and the rest of the first answer
+    // that arrives during the second wait does not make a frame with it.
+    EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
+    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, Faults, e2e::kBothPaths, e2e::PathName);
+
+class TcpFaults : public FaultTest
+{
+};
+
+// A closed connection is a failed read, not a silent meter: no repetition and no waiting for the
+// answer time; the next export on the dead connection fails as fast (and a send to it raises no
+// signal).
+TEST_P(TcpFaults, DroppedConnectionFailsAtOnce)
+{
+    ASSERT_TRUE(Open());
+    {
+        auto lock = simulator->Lock();
+        simulator->GetFaults().drop = 1;
+    }
+    ClearTrace();
+    int64_t ms = 0;
+    EXPECT_EQ(ReadFrequency(ms), 0);
+    EXPECT_EQ(Err(), kFrequencyText.text);
+    EXPECT_EQ(Count(Trace(), "-- fault: connection dropped"), 1);
+    EXPECT_LT(ms, kAnswerTimeOutMs);
+    EXPECT_EQ(ReadFrequency(ms), 0);
+    EXPECT_EQ(Err(), kFrequencyText.text);
+    EXPECT_LT(ms, kAnswerTimeOutMs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, TcpFaults, ::testing::Values(Path::Tcp), e2e::PathName);
+
+// zentor-sim as a child process, its answers in pieces of 8 bytes 300 ms apart, killed 150 ms into the
+// answer of eReadFrequency (after its first piece).
+class KilledSimulator : public ::testing::TestWithParam<Path>
+{
+protected:
+    void SetUp() override { descriptors = fault::OpenDescriptors(); }
+    void TearDown() override
+    {
+        process.Kill();
+        EXPECT_EQ(fault::OpenDescriptors(), descriptors);
+    }
+    bool Open()
+    {
+        std::vector<std::string> arguments{"--chunks", "8:300"};
+        int32_t result = 0;
+        if (GetParam() == Path::Serial)
+        {
+            const std::string link = e2e::SerialDir() + "/COM8";
+            std::filesystem::remove(link);
+            arguments.insert(arguments.end(), {"--pty", "--link", link});
+            if (process.Start(arguments).empty())
+                return false;
+            result = eOpen(8, "baud=9600 parity=None data=8 stop=1 dtr=on rts=on", e2e::kTimeOuts, err);
+        }
+        else
+        {
+            arguments.insert(arguments.end(), {"--tcp", "0"});
+            const std::string address = process.Start(arguments);
+            const size_t colon = address.find(':');
+            if (colon == std::string::npos)
+                return false;
+            result = eTcpOpen(std::stoi(address.substr(colon + 1)), "127.0.0.1", 0, e2e::kTimeOuts[2], err);
+        }
+        opened = true;
+        Kel_P_Trace_Console_Disable();
+        char serial[64] = {};
+        return result == 1 && eReadSerialNumber(e2e::kAddress, serial, err) == 1;
+    }
+    void Close()
+    {
+        if (!opened)
+            return;
+        Kel_P_Trace_File_Disable();
+        Kel_P_Trace_File_Errors_Disable();
+        EXPECT_EQ(eClose(0, err), 1);
+        opened = false;
+    }
+
+    fault::SimProcess process;
+    size_t descriptors = 0;
+    bool opened = false;
+    char err[e2e::kErrSize] = {};
+};
+
+TEST_P(KilledSimulator, InTheMiddleOfAnAnswer)
+{
+    ASSERT_TRUE(Open()) << err;
+    std::thread killer(
+        [this]
+        {
+            // The second answer is eReadFrequency's (the first was the serial number's).
+            if (process.WaitForTrace("tx ", 2, 5000))
+                std::this_thread::sleep_for(std::chrono::milliseconds(150));
+            process.Kill();
+        });
+    char frequency[32] = {};
+    const Elapsed elapsed;
+    const int32_t result = eReadFrequency(0, frequency, err);
+    const int64_t ms = elapsed.Ms();
+    killer.join();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(std::string(err), kFrequencyText.text);
+    if (GetParam() == Path::Tcp)
+    {
+        // The closed connection fails the read at once: no answer time-out, no repetition.
+        EXPECT_LT(ms, kAnswerTimeOutMs);
+    }
+    else
+    {
+        // A hung-up line reads nothing more: the answer time passes, and the repetition cannot be
+        // written to the dead line.
+        EXPECT_GE(ms, kAnswerTimeOutMs);
+        EXPECT_LT(ms, kWaitMaxMs + kSlackMs);
+    }
+    Close();
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, KilledSimulator, e2e::kBothPaths, e2e::PathName);
+
+class HungUpLine : public KilledSimulator
+{
+};
+
+// The far end of the pseudo-terminal goes away between two exchanges.
+TEST_P(HungUpLine, BetweenExchanges)
+{
+    ASSERT_TRUE(Open()) << err;
+    process.Kill();
+    char frequency[32] = {};
+    const Elapsed elapsed;
+    EXPECT_EQ(eReadFrequency(0, frequency, err), 0);
+    const int64_t ms = elapsed.Ms();
+    EXPECT_EQ(std::string(err), kFrequencyText.text);
+    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
+    Close();
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, HungUpLine, ::testing::Values(Path::Serial), e2e::PathName);
+
+} // namespace
