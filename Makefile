@@ -11,7 +11,8 @@ native:
 	cmake --preset native && cmake --build --preset native -j$$(nproc) && ctest --preset native -j$$(nproc)
 
 windows:
-	cmake --preset windows && cmake --build --preset windows -j$$(nproc) && ctest --preset windows -j$$(nproc)
+	cmake --preset windows && cmake --build --preset windows -j$$(nproc) && bash scripts/wine-server.sh start
+	ctest --preset windows -j$$(nproc); status=$$?; bash scripts/wine-server.sh stop; exit $$status
 
 sanitize:
 	cmake --preset sanitize && cmake --build --preset sanitize -j$$(nproc) && ctest --preset sanitize -j$$(nproc)

@@ -57,7 +57,6 @@ if [ -z "$link" ]; then
 fi
 
 # The wine server opens the device itself and, being a session leader, takes the pseudo-terminal
-# as its controlling terminal; when the line goes away at the end it gets a hang-up and dumps its
-# objects to its standard error. Start it here, with that output discarded, unless it runs already.
-WINEDEBUG=-all wineserver -p3 2>/dev/null || true
+# as its controlling terminal; when the line goes away at the end it reports the hang-up on its
+# standard error. The test runner's persistent server (scripts/wine-server.sh) discards that output.
 "$here/wine-run.sh" "$exe" "$@"

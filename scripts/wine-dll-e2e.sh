@@ -119,8 +119,8 @@ export Q310_EXPORTS="$(winpath "$exports")"
 mkdir -p tmp
 
 # The wine server takes a pseudo-terminal it opens as its controlling terminal and reports the hang-up
-# at the end on its standard error: start it here with that output discarded, unless it runs already.
-WINEDEBUG=-all wineserver -p3 2>/dev/null || true
+# at the end on its standard error; the test runner's persistent server (scripts/wine-server.sh)
+# discards that output.
 status=0
 "$here/wine-run.sh" "$exe" "$@" || status=$?
 if [ $status -ne 0 ]; then
