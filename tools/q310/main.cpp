@@ -11,7 +11,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -54,6 +56,9 @@ struct Run
     ConnectionOptions connection;
     CommandOptions command;
     bool json = false;
+    bool jsonLine = false; // one line of JSON with the meter's name and the run's times (fleet runs)
+    std::string name;
+    std::string connect;
     bool trace = false;
     bool noProgress = false;
     std::string command_;
@@ -105,6 +110,46 @@ Json Execute(Session& aSession, Run& aRun, const std::string& aInput)
     const Json schedule = ScheduleGet(aSession, aRun.command);
     report["tariff_schedule"] = aRun.json ? schedule : ScheduleSummary(schedule["months"]);
     return report;
+}
+
+// "tcp:HOST:PORT", "port:COM3" or "gsm:NUMBER" (the modem on --port), as a fleet inventory names
+// the way to a meter, onto the connection options.
+void Connect(const std::string& aSpec, ConnectionOptions& aOptions)
+{
+    const size_t colon = aSpec.find(':');
+    const std::string kind = aSpec.substr(0, colon);
+    const std::string rest = colon == std::string::npos ? "" : aSpec.substr(colon + 1);
+    if (rest.empty() || (kind != "tcp" && kind != "port" && kind != "gsm"))
+        throw UsageError("--connect \"" + aSpec + "\": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted");
+    if (kind == "tcp" ? !aOptions.port.empty() || !aOptions.tcp.empty() : !aOptions.tcp.empty())
+        throw UsageError("--connect " + kind + ": takes no --tcp" + (kind == "tcp" ? " or --port" : ""));
+    if (kind == "tcp")
+        aOptions.tcp = rest;
+    else if (kind == "gsm")
+        aOptions.gsm = rest;
+    else if (!aOptions.port.empty())
+        throw UsageError("--connect port: takes no --port");
+    else
+        aOptions.port = rest;
+}
+
+// Now in UTC as "yyyy-mm-ddThh:mm:ss.mmmZ".
+std::string UtcNow()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto millis =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    std::tm utc{};
+#ifdef _WIN32
+    gmtime_s(&utc, &seconds);
+#else
+    gmtime_r(&seconds, &utc);
+#endif
+    char text[80];
+    snprintf(text, sizeof(text), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", utc.tm_year + 1900, utc.tm_mon + 1,
+             utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, static_cast<int>(millis));
+    return text;
 }
 
 void Print(std::FILE* pOut, const std::string& aText)
@@ -159,7 +204,16 @@ int main(int argc, char** argv)
         ->capture_default_str()
         ->needs(gateway);
     app.add_option("--address", c.address, "meter address")->capture_default_str();
+    app.add_option("--connect", run.connect,
+                   "the connection as an inventory names it: tcp:HOST:PORT, port:PORT or gsm:NUMBER "
+                   "(with the modem on --port)")
+        ->excludes(tcp)
+        ->excludes(sim);
     app.add_flag("--json", run.json, "print JSON instead of text");
+    app.add_flag("--json-line", run.jsonLine,
+                 "one line of JSON: name, connection, address, started, ended, result, and the values "
+                 "or the library's message (for fleet runs)");
+    app.add_option("--name", run.name, "with --json-line: the meter's name");
     app.add_flag("--trace", run.trace, "the library's trace on stderr");
     app.add_flag("--no-progress", run.noProgress,
                  "no progress bar (none is drawn unless stderr is a terminal)");
@@ -244,7 +298,9 @@ int main(int argc, char** argv)
         run.command_ = "raw";
     else
         run.command_ = "report";
+    run.json = run.json || run.jsonLine;
     run.command.progress = !run.noProgress && !run.json && os::IsTerminal(2);
+    const std::string started = UtcNow();
 
     TraceTap tap;
     int exitCode = kExitOk;
@@ -254,6 +310,8 @@ int main(int argc, char** argv)
     {
         // No meter named: say how to name one rather than guess (a default to the simulator would make a
         // forgotten --port read a meter that does not exist).
+        if (!run.connect.empty())
+            Connect(run.connect, c);
         if (c.port.empty() && c.tcp.empty() && !c.sim)
             throw UsageError(std::string("no meter given: --port COM1 (or a device path), --tcp HOST:PORT") +
                              (SimulatorAvailable() ? ", or --sim for the built-in simulator" : ""));
@@ -288,6 +346,27 @@ int main(int argc, char** argv)
     std::FILE* out = tap.Out();
     std::FILE* err = tap.Err();
 
+    if (run.jsonLine)
+    {
+        Json line{{"name", run.name},
+                  {"connection", !run.connect.empty() ? run.connect
+                                 : !c.tcp.empty()     ? "tcp:" + c.tcp
+                                 : c.sim              ? std::string("sim")
+                                                      : "port:" + c.port},
+                  {"address", c.address},
+                  {"started", started},
+                  {"ended", UtcNow()},
+                  {"result", exitCode == kExitOk ? "ok" : "failed"}};
+        if (exitCode == kExitOk)
+            line["values"] = result;
+        else
+        {
+            line["message"] = message;
+            line["exit_code"] = exitCode;
+        }
+        Print(out, line.dump() + "\n");
+        return exitCode;
+    }
     if (exitCode != kExitOk)
     {
         fprintf(err, "q310: %s\n", message.c_str());
