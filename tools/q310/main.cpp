@@ -59,6 +59,8 @@ struct Run
     bool jsonLine = false; // one line of JSON with the meter's name and the run's times (fleet runs)
     std::string name;
     std::string connect;
+    std::string modem;
+    std::string serial;
     bool trace = false;
     bool noProgress = false;
     std::string command_;
@@ -114,7 +116,7 @@ Json Execute(Session& aSession, Run& aRun, const std::string& aInput)
 
 // "tcp:HOST:PORT", "port:COM3" or "gsm:NUMBER" (the modem on --port), as a fleet inventory names
 // the way to a meter, onto the connection options.
-void Connect(const std::string& aSpec, ConnectionOptions& aOptions)
+void Connect(const std::string& aSpec, const std::string& aModem, ConnectionOptions& aOptions)
 {
     const size_t colon = aSpec.find(':');
     const std::string kind = aSpec.substr(0, colon);
@@ -126,7 +128,13 @@ void Connect(const std::string& aSpec, ConnectionOptions& aOptions)
     if (kind == "tcp")
         aOptions.tcp = rest;
     else if (kind == "gsm")
+    {
+        if (aModem.empty() && aOptions.port.empty())
+            throw UsageError("--connect gsm: dials through a modem: --modem PORT");
         aOptions.gsm = rest;
+        if (!aModem.empty())
+            aOptions.port = aModem;
+    }
     else if (!aOptions.port.empty())
         throw UsageError("--connect port: takes no --port");
     else
@@ -209,6 +217,7 @@ int main(int argc, char** argv)
                    "(with the modem on --port)")
         ->excludes(tcp)
         ->excludes(sim);
+    app.add_option("--modem", run.modem, "with --connect gsm:NUMBER: the modem's port (ignored otherwise)");
     app.add_flag("--json", run.json, "print JSON instead of text");
     app.add_flag("--json-line", run.jsonLine,
                  "one line of JSON: name, connection, address, started, ended, result, and the values "
@@ -311,7 +320,7 @@ int main(int argc, char** argv)
         // No meter named: say how to name one rather than guess (a default to the simulator would make a
         // forgotten --port read a meter that does not exist).
         if (!run.connect.empty())
-            Connect(run.connect, c);
+            Connect(run.connect, run.modem, c);
         if (c.port.empty() && c.tcp.empty() && !c.sim)
             throw UsageError(std::string("no meter given: --port COM1 (or a device path), --tcp HOST:PORT") +
                              (SimulatorAvailable() ? ", or --sim for the built-in simulator" : ""));
@@ -324,6 +333,7 @@ int main(int argc, char** argv)
             fprintf(stderr, "q310: the library's trace stays on stdout\n");
         Session session(tap);
         session.Open(c);
+        run.serial = session.Serial();
         result = Execute(session, run, input);
         session.Close();
     }
@@ -354,6 +364,7 @@ int main(int argc, char** argv)
                                  : c.sim              ? std::string("sim")
                                                       : "port:" + c.port},
                   {"address", c.address},
+                  {"serial_number", run.serial.empty() ? Json() : Json(run.serial)},
                   {"started", started},
                   {"ended", UtcNow()},
                   {"result", exitCode == kExitOk ? "ok" : "failed"}};
