@@ -199,6 +199,10 @@ run 2 --sim read everything
 run 2 --sim journal 6
 run 2 --sim schedule
 run 2 --tcp nocolon info
+run 2 --connect ftp:host info
+has err 'q310: --connect "ftp:host": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted'
+run 2 --connect gsm:5550100 --json-line --name m7 info
+json 'd["name"] == "m7" and d["result"] == "failed" and d["exit_code"] == 2 and d["message"] == "--connect gsm: dials through a modem: --modem PORT"'
 
 # Bad input: exit 3, nothing sent.
 run 3 "${PORT[@]}" set power-limit abc
