@@ -176,6 +176,9 @@ has out "  voltage: 3.61 V"
 start_sim "$work/echo" --mode echo
 run 0 --port "$work/echo" --echo read battery
 has out "  voltage: 3.61 V"
+# The five serial time-outs, here the set that returns each read at once with what is queued.
+run 0 --port "$work/echo" --echo --timeouts 4294967295 0 0 10 1000 read battery
+has out "  voltage: 3.61 V"
 
 # The meter does not answer, or cannot be reached: exit 1 and the library's message.
 start_sim "$work/silent" --silent always
@@ -199,6 +202,7 @@ run 2 --sim read everything
 run 2 --sim journal 6
 run 2 --sim schedule
 run 2 --tcp nocolon info
+run 2 --sim --timeouts 20 0 300 0 info
 run 2 --connect ftp:host info
 has err 'q310: --connect "ftp:host": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted'
 run 2 --connect gsm:5550100 --json-line --name m7 info

@@ -194,7 +194,6 @@ int main(int argc, char** argv)
     app.add_option("--timeouts", c.timeouts,
                    "five serial time-outs in ms: read interval, read multiplier, read constant (also the TCP "
                    "read time-out), write multiplier, write constant")
-        ->expected(5)
         ->capture_default_str();
     app.add_flag("--echo", c.echo, "the RS-485 line echoes every request");
     app.add_flag("--tcp-echo", c.tcpEcho, "the TCP bridge echoes every request (ends the library's trace)");
