@@ -74,7 +74,8 @@ started=$(date +%s.%N)
 /usr/bin/time -f '%U %S' -o "$work/cpu" "$fleet" --jobs "$jobs" "$work/fleet.csv" -- read energy "${options[@]}" >"$work/lines.jsonl" || true
 ended=$(date +%s.%N)
 ok=$(grep -c '"result":"ok"' "$work/lines.jsonl" || true)
-read -r user sys <"$work/cpu"
+read -r user sys < <(tail -n 1 "$work/cpu")
+grep -v '"result":"ok"' "$work/lines.jsonl" | head -n 3 >&2 || true
 python3 - <<PY
 wall = $ended - $started
 cpu = $user + $sys
