@@ -111,7 +111,8 @@ std::vector<bool> MeterList(const std::string& text, unsigned count, const std::
         const unsigned first = Number(item.substr(0, dash));
         const unsigned last = dash == std::string::npos ? first : Number(item.substr(dash + 1));
         if (first < 1 || last < first || last > count)
-            throw std::runtime_error(option + ": " + item + " is not among the meters 1.." + std::to_string(count));
+            throw std::runtime_error(option + ": " + item + " is not among the meters 1.." +
+                                     std::to_string(count));
         for (unsigned i = first; i <= last; ++i)
             chosen[i] = true;
     }

@@ -92,8 +92,8 @@ std::string Year(const std::string& aTwoDigits)
 std::string IsoDate(const std::string& aDate)
 {
     if ((aDate.size() == 8 || aDate.size() == 10) && aDate[2] == '.' && aDate[5] == '.')
-        return (aDate.size() == 8 ? Year(aDate.substr(6, 2)) : aDate.substr(6, 4)) + "-" + aDate.substr(3, 2) +
-               "-" + aDate.substr(0, 2);
+        return (aDate.size() == 8 ? Year(aDate.substr(6, 2)) : aDate.substr(6, 4)) + "-" +
+               aDate.substr(3, 2) + "-" + aDate.substr(0, 2);
     return aDate;
 }
 
@@ -240,9 +240,10 @@ Json Energy(Session& s)
             "eReadStorageBattery");
     s.Check(eReadStorageBattery_Q316(0, &reactive[0], &reactive[1], &reactive[2], &reactive[3], s.Err()),
             "eReadStorageBattery_Q316");
-    return Json{{"active_kWh", Tariffs(active)},
-                {"reactive_kvarh", Tariffs(reactive)},
-                {"raw", {{"eReadStorageBattery", Counts(active)}, {"eReadStorageBattery_Q316", Counts(reactive)}}}};
+    return Json{
+        {"active_kWh", Tariffs(active)},
+        {"reactive_kvarh", Tariffs(reactive)},
+        {"raw", {{"eReadStorageBattery", Counts(active)}, {"eReadStorageBattery_Q316", Counts(reactive)}}}};
 }
 
 Json Months(Session& s, const std::vector<int>& aMonths)
@@ -416,12 +417,13 @@ Json Limits(Session& s)
     while (std::getline(parts, part, ';'))
         tariffLimits.push_back(Number(part));
     // The power limit comes in tens of watts (the meter keeps whole kW and tens of W).
-    return Json{{"power_kW", power / 100.0},
-                {"power_mode", Json::array({mode[0], mode[1], mode[2], mode[3]})},
-                {"month_energy", energy},
-                {"tariff_energy", tariffLimits},
-                {"tariff_energy_flags", flags},
-                {"raw", {{"eReadPowerLimit", power}, {"eReadEnergyRateLimit", Json::array({limits, flags})}}}};
+    return Json{
+        {"power_kW", power / 100.0},
+        {"power_mode", Json::array({mode[0], mode[1], mode[2], mode[3]})},
+        {"month_energy", energy},
+        {"tariff_energy", tariffLimits},
+        {"tariff_energy_flags", flags},
+        {"raw", {{"eReadPowerLimit", power}, {"eReadEnergyRateLimit", Json::array({limits, flags})}}}};
 }
 
 Json Relay(Session& s)

@@ -14,9 +14,9 @@ struct Unit
     const char* shown;
     int decimals;
 };
-const Unit kUnits[] = {{"_kWh", "kWh", 2}, {"_kvarh", "kvarh", 2}, {"_V", "V", 1},     {"_A", "A", 2},
-                       {"_W", "W", 0},     {"_var", "var", 0},     {"_Hz", "Hz", 2}, {"_kW", "kW", 2},
-                       {"power_factor", "", 3}};
+const Unit kUnits[] = {{"_kWh", "kWh", 2}, {"_kvarh", "kvarh", 2}, {"_V", "V", 1},
+                       {"_A", "A", 2},     {"_W", "W", 0},         {"_var", "var", 0},
+                       {"_Hz", "Hz", 2},   {"_kW", "kW", 2},       {"power_factor", "", 3}};
 
 const Unit* UnitOf(const std::string& aKey, const std::string& aSection)
 {
@@ -25,7 +25,8 @@ const Unit* UnitOf(const std::string& aKey, const std::string& aSection)
     for (const Unit& unit : kUnits)
     {
         const std::string suffix = unit.suffix;
-        if (aKey.size() >= suffix.size() && aKey.compare(aKey.size() - suffix.size(), suffix.size(), suffix) == 0)
+        if (aKey.size() >= suffix.size() &&
+            aKey.compare(aKey.size() - suffix.size(), suffix.size(), suffix) == 0)
             return aSection == "battery" && suffix == "_V" ? &battery : &unit;
     }
     return nullptr;
@@ -63,7 +64,8 @@ std::string Scalar(const Json& aValue, const Unit* pUnit = nullptr, bool aWithUn
     {
         char number[48];
         snprintf(number, sizeof(number), "%.*f", pUnit->decimals, aValue.get<double>());
-        return std::string(number) + (aWithUnit && pUnit->shown[0] != '\0' ? std::string(" ") + pUnit->shown : "");
+        return std::string(number) +
+               (aWithUnit && pUnit->shown[0] != '\0' ? std::string(" ") + pUnit->shown : "");
     }
     return aValue.dump();
 }
