@@ -149,7 +149,8 @@ run 0 "${PORT[@]}" journal 1 --count 2
 run 0 "${PORT[@]}" --json journal 4 --first 0 --count 1
 json 'len(d["entries"]) >= 1 and all(e["event"].startswith("QUALITY ") for e in d["entries"])'
 run 0 "${PORT[@]}" --json journal 4 --parameter 0 --count 1
-json 'd["parameter"] == 0 and [e["event"] for e in d["entries"]] == ["QUALITY 0 BACK IN LIMITS"]'
+json 'd["parameter"] == 0 and [e["event"] for e in d["entries"]] == ["QUALITY 0 BACK IN LIMITS"]' \
+    'd["entries"][0]["at"] == "%s-%s-%sT%s" % (d["text"][15:19], d["text"][12:14], d["text"][9:11], d["text"][:8])'
 run 0 "${PORT[@]}" profile 2024-03-14
 [ "$(wc -l <"$work/out")" = 48 ] && [ "$(head -1 "$work/out" | cut -d' ' -f1)" = "00:00" ] &&
     [ "$(tail -1 "$work/out" | cut -d' ' -f1)" = "23:30" ] || fail "profile day: $(head -3 "$work/out")"

@@ -127,7 +127,9 @@ Json PowerFactor(const std::string& aDigits)
         return aDigits;
     const int high = aDigits[0] - '0';
     const int thousandths = ((high & 7) * 10 + (aDigits[1] - '0')) * 100 + std::stoi(aDigits.substr(2, 2));
-    return (high & 8) != 0 ? thousandths / 1000.0 : -thousandths / 1000.0;
+    if ((high & 8) != 0 || thousandths == 0)
+        return thousandths / 1000.0;
+    return -thousandths / 1000.0;
 }
 
 uint32_t ParseUnsigned(const std::string& aText, const std::string& aWhat, uint32_t aMax = 0xFFFFFFFFu)
@@ -151,8 +153,7 @@ Json JournalEntries(const std::string& aText)
         if (line.empty())
             continue;
         Json entry;
-        entry["time"] = line.substr(0, 8);
-        entry["date"] = line.size() > 9 ? line.substr(9, 10) : "";
+        entry["at"] = IsoDateTime(line.substr(0, 8), line.size() > 9 ? line.substr(9, 10) : "");
         entry["event"] = line.size() > 20 ? line.substr(20) : "";
         entries.push_back(entry);
     }

@@ -116,13 +116,13 @@ Json Execute(Session& aSession, Run& aRun, const std::string& aInput)
 
 // "tcp:HOST:PORT", "port:COM3" or "gsm:NUMBER" (the modem on --port), as a fleet inventory names
 // the way to a meter, onto the connection options.
-void Connect(const std::string& aSpec, const std::string& aModem, ConnectionOptions& aOptions)
+void Connect(const std::string& aConnection, const std::string& aModem, ConnectionOptions& aOptions)
 {
-    const size_t colon = aSpec.find(':');
-    const std::string kind = aSpec.substr(0, colon);
-    const std::string rest = colon == std::string::npos ? "" : aSpec.substr(colon + 1);
+    const size_t colon = aConnection.find(':');
+    const std::string kind = aConnection.substr(0, colon);
+    const std::string rest = colon == std::string::npos ? "" : aConnection.substr(colon + 1);
     if (rest.empty() || (kind != "tcp" && kind != "port" && kind != "gsm"))
-        throw UsageError("--connect \"" + aSpec + "\": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted");
+        throw UsageError("--connect \"" + aConnection + "\": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted");
     if (kind == "tcp" ? !aOptions.port.empty() || !aOptions.tcp.empty() : !aOptions.tcp.empty())
         throw UsageError("--connect " + kind + ": takes no --tcp" + (kind == "tcp" ? " or --port" : ""));
     if (kind == "tcp")
