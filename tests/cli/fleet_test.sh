@@ -12,7 +12,7 @@ command -v parallel >/dev/null || { echo "FAIL: GNU parallel is missing (scripts
     --inventory "$work/fleet.csv" >"$work/sim.out" 2>"$work/sim.err" &
 sim_pid=$!
 trap 'kill $sim_pid 2>/dev/null; wait 2>/dev/null; rm -rf "$work"' EXIT
-for i in $(seq 100); do
+for i in $(seq 400); do
     [ "$(wc -l <"$work/sim.out")" = 200 ] && break
     sleep 0.05
 done
