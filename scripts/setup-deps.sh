@@ -25,7 +25,7 @@ apt_update() {
 }
 
 native=(cmake g++ make googletest nlohmann-json3-dev libcli11-dev socat ser2net python3 openssl binutils-mingw-w64-i686 g++-mingw-w64-i686-posix
-        pkg-config zip unzip
+        pkg-config zip unzip parallel
         clang-14 libclang-rt-14-dev valgrind)
 missing=()
 for p in "${native[@]}"; do have_pkg "$p" || missing+=("$p"); done

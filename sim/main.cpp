@@ -6,10 +6,13 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 using namespace zentor_sim;
 
@@ -64,6 +67,16 @@ Faults (N: the next N requests, or "always"):
   --delay MS            wait before every answer
   --chunks SIZE:GAP     send every answer in SIZE-byte pieces with GAP ms between them
 
+Many meters (a fleet to read in parallel):
+  --meters N            N meters, each on its own pseudo-terminal or TCP port (--tcp PORT: PORT to
+                        PORT+N-1, or free ports with 0; --link PATH: links PATH001, PATH002, ...);
+                        meter i (from 1) has address and serial number those of the state plus i-1;
+                        one line on stdout per meter, in order; the options above act on every meter
+  --silent-meters LIST  these meters (e.g. 3,7,10-12) never answer
+  --garbling-meters LIST
+                        these meters answer every request with a corrupted CRC
+  --inventory FILE      write a fleet inventory of the meters (CSV: name,connection,address,password)
+
 Line pace (for timing a host against a real line's speed):
   --pace BAUD[:BITS]    send answer bytes one character time apart at BAUD, BITS bits a character
                         (default 10: start, 8 data, stop; 11 with parity)
@@ -86,6 +99,26 @@ uint32_t Number(const std::string& text)
     return static_cast<uint32_t>(std::stoul(text, nullptr, 0));
 }
 
+// "3,7,10-12" as the set of meter numbers 1..count it names.
+std::vector<bool> MeterList(const std::string& text, unsigned count, const std::string& option)
+{
+    std::vector<bool> chosen(count + 1, false);
+    std::stringstream list(text);
+    std::string item;
+    while (std::getline(list, item, ','))
+    {
+        const size_t dash = item.find('-');
+        const unsigned first = Number(item.substr(0, dash));
+        const unsigned last = dash == std::string::npos ? first : Number(item.substr(dash + 1));
+        if (first < 1 || last < first || last > count)
+            throw std::runtime_error(option + ": " + item + " is not among the meters 1.." +
+                                     std::to_string(count));
+        for (unsigned i = first; i <= last; ++i)
+            chosen[i] = true;
+    }
+    return chosen;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -93,6 +126,8 @@ int main(int argc, char** argv)
     std::string transport = "pty", link, host = "127.0.0.1", statePath, savePath;
     uint16_t port = 0;
     bool trace = false;
+    unsigned meters = 1;
+    std::string silentMeters, garblingMeters, inventoryPath;
     Simulator sim;
     Meter& meter = sim.GetMeter();
     Faults& faults = sim.GetFaults();
@@ -220,6 +255,18 @@ int main(int argc, char** argv)
             }
             else if (option == "--trace")
                 trace = true;
+            else if (option == "--meters")
+            {
+                meters = Number(value());
+                if (meters < 1 || meters > 5000)
+                    throw std::runtime_error("--meters takes 1 to 5000");
+            }
+            else if (option == "--silent-meters")
+                silentMeters = value();
+            else if (option == "--garbling-meters")
+                garblingMeters = value();
+            else if (option == "--inventory")
+                inventoryPath = value();
             else
                 throw std::runtime_error("unknown option " + option + " (see --help)");
         }
@@ -228,6 +275,91 @@ int main(int argc, char** argv)
     {
         std::cerr << "zentor-sim: " << error.what() << "\n";
         return 2;
+    }
+
+    if (meters > 1 || !silentMeters.empty() || !garblingMeters.empty() || !inventoryPath.empty())
+    {
+        if (transport == "stdio" || !savePath.empty())
+        {
+            std::cerr << "zentor-sim: several meters need --pty or --tcp, and have no --save\n";
+            return 2;
+        }
+        std::vector<bool> silent, garbling;
+        try
+        {
+            silent = MeterList(silentMeters, meters, "--silent-meters");
+            garbling = MeterList(garblingMeters, meters, "--garbling-meters");
+        }
+        catch (const std::exception& error)
+        {
+            std::cerr << "zentor-sim: " << error.what() << "\n";
+            return 2;
+        }
+        // Every meter a copy of the one the options described, with its own address and serial number.
+        std::vector<std::unique_ptr<Simulator>> fleet;
+        std::ofstream inventory;
+        if (!inventoryPath.empty())
+        {
+            inventory.open(inventoryPath);
+            inventory << "name,connection,address,password\n";
+        }
+        std::signal(SIGINT, OnSignal);
+        std::signal(SIGTERM, OnSignal);
+        std::signal(SIGPIPE, SIG_IGN);
+        try
+        {
+            for (unsigned i = 1; i <= meters; ++i)
+            {
+                MeterState state = meter.State();
+                state.address += i - 1;
+                state.serialNumber += i - 1;
+                auto one = std::make_unique<Simulator>(state);
+                one->GetFaults() = faults;
+                one->GetPacing() = sim.GetPacing();
+                one->Line().SetMode(line.Mode());
+                one->Line().Modem() = line.Modem();
+                if (silent[i])
+                    one->GetFaults().silent = kAlways;
+                if (garbling[i])
+                    one->GetFaults().badCrc = kAlways;
+                if (trace)
+                    one->TraceToStderr();
+                char name[32];
+                std::snprintf(name, sizeof name, "meter-%03u", i);
+                std::string endpoint;
+                if (transport == "pty")
+                    endpoint = one->StartPty(link.empty() ? "" : link + (name + 6));
+                else
+                    endpoint = host + ":" + std::to_string(one->StartTcp(port == 0 ? 0 : port + i - 1, host));
+                std::cout << endpoint << "\n";
+                if (inventory.is_open())
+                    inventory << name << "," << (transport == "pty" ? "port:" : "tcp:")
+                              << (transport == "pty" && !link.empty() ? link + (name + 6) : endpoint) << ","
+                              << state.address << ",\n";
+                fleet.push_back(std::move(one));
+            }
+            std::cout << std::flush;
+            if (inventory.is_open())
+            {
+                inventory.close();
+                if (!inventory)
+                    throw std::runtime_error("cannot write " + inventoryPath);
+            }
+        }
+        catch (const std::exception& error)
+        {
+            std::cerr << "zentor-sim: " << error.what() << "\n";
+            return 1;
+        }
+        std::cerr << "zentor-sim: " << meters << " meters, addresses " << meter.State().address << " to "
+                  << meter.State().address + meters - 1 << ", serial numbers " << meter.State().serialNumber
+                  << " to " << meter.State().serialNumber + meters - 1 << ", line mode "
+                  << LineModeName(line.Mode()) << "\n";
+        while (!gStop)
+            ::pause();
+        for (auto& one : fleet)
+            one->Stop();
+        return 0;
     }
 
     if (trace)

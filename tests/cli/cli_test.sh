@@ -15,10 +15,12 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# A meter with its clock stopped at a known moment and two current maxima whose hundredths the library
-# prints without zero padding (" 12.5" is 12.05 A).
+# A meter with its clock stopped at a known moment, two current maxima and a battery voltage whose
+# hundredths the library prints without zero padding (" 12.5" is 12.05 A, "3.5" is 3.05 V), and a
+# lagging power factor (sign bit clear).
 cat >"$work/state.json" <<'JSON'
 {"clock": {"time": "2024-03-15 12:00:00", "running": false},
+ "battery_centivolts": 305, "parameters": {"p2_milli": -870},
  "maxima": {"current": [{"value": 1205, "time": "2024-03-10 08:30:00"},
                         {"value": 1250, "time": "2024-03-11 09:05:10"}]},
  "events": {"last_off": "2024-03-14 23:00:00"}}
@@ -44,38 +46,46 @@ SIMSTATE=(--sim --sim-state "$work/state.json")
 # The report (no command): identity, clock, energies, network values, maxima, the schedule summary.
 run 0 "${SIMSTATE[@]}"
 has out "  serial number:    21000417" "  firmware version: 2.14" "  firmware date:    2020-11-05" \
-    "  time:    12:00:00" "  date:    15.03.24" "  weekday: Пятница" \
-    "  active:   T1 1234567  T2 456789  T3 0  T4 0" "  frequency Hz:        50.01" \
-    "    - value 12.05, at 08:30:00 10.03.24" "  Январь – Декабрь:" \
+    "  time:    2024-03-15 12:00:00" "  weekday: Пятница" \
+    "  active:   T1 12345.67  T2 4567.89  T3 0.00  T4 0.00 kWh" \
+    "  reactive: T1 2345.67  T2 567.89  T3 0.00  T4 0.00 kvarh" \
+    "  voltage:        230.1 V" "  current:        5.23 A" "  power:          1180 W" \
+    "  frequency:      50.01 Hz" "  reactive power: 123 var" "  power factor:   -0.870" \
+    "    - 12.05 A at 2024-03-10 08:30:00" "    - 12.50 A at 2024-03-11 09:05:10" "  Январь – Декабрь:" \
     "    Понедельник, Вторник, Среда, Четверг, Пятница, Суббота, Воскресенье, Праздник: 00:00 T2, 07:00 T1, 23:00 T2"
 
 # info
 run 0 "${SIMSTATE[@]}" info
-has out "  production date:  15.03.21" "  firmware id:      90.60" "  model code:       8" "  relay:            yes"
+has out "  production date:  2021-03-15" "  firmware id:      90.60" "  model code:       8" "  relay:            yes"
 run 0 "${SIMSTATE[@]}" info --json
 json 'd["identity"]["serial_number"] == "21000417"' 'd["identity"]["firmware_id"] == "90.60"' \
     'd["identity"]["model_variant"] == 2 and d["identity"]["power_option"] is True' \
-    'd["clock"] == {"time": "12:00:00", "date": "15.03.24", "weekday": "Пятница"}'
+    'd["identity"]["production_date"] == "2021-03-15" and d["identity"]["raw"]["eReadOutputDate"] == "15.03.21"' \
+    'd["clock"] == {"time": "2024-03-15T12:00:00", "weekday": "Пятница", "raw": {"eReadCurrentTime": ["12:00:00", "15.03.24", "Пятница"]}}'
 
 # read: everything, in JSON, then items in text
 run 0 "${SIMSTATE[@]}" --json read
-json 'd["energy"]["reactive"] == {"T1": 234567, "T2": 56789, "T3": 0, "T4": 0}' \
-    'len(d["month_energy"]) == 12 and d["month_energy"]["01"]["active"]["T1"] > 0' \
-    'd["network"] == {"voltage_V": 230.1, "current_A": 5.23, "power_W": 1180, "frequency_Hz": 50.01, "reactive_power": 123, "power_factor_digits": "8985000450"}' \
+json 'd["energy"]["reactive_kvarh"] == {"T1": 2345.67, "T2": 567.89, "T3": 0, "T4": 0}' \
+    'd["energy"]["raw"] == {"eReadStorageBattery": [1234567, 456789, 0, 0], "eReadStorageBattery_Q316": [234567, 56789, 0, 0]}' \
+    'len(d["month_energy"]) == 12 and d["month_energy"]["01"]["active_kWh"]["T1"] * 100 == d["month_energy"]["01"]["raw"]["eReadMonthEnergy"][0] > 0' \
+    'd["network"] == {"voltage_V": 230.1, "current_A": 5.23, "power_W": 1180, "frequency_Hz": 50.01, "reactive_power_var": 123, "power_factor": -0.87, "raw": {"eReadVoltageCurrentPower": ["230.1", "5.23", "1180"], "eReadFrequency": "50.01", "eReadCurrentPower_Q316": "123", "eReadCOS_Q316": "0870000450"}}' \
     '[m["value"] for m in d["maxima"]["current_A"]] == [12.05, 12.5]' \
-    'd["maxima"]["current_A"][1]["at"] == "09:05:10 11.03.24"' \
+    'd["maxima"]["current_A"][1]["at"] == "2024-03-11T09:05:10"' \
+    'd["maxima"]["raw"]["eReadMaxCurrent"] == ["08:30:00 10.03.24", "  12.5", "09:05:10 11.03.24", "  12.50"]' \
     'd["running_time"] == {"meter_hours": 12345, "battery_hours": 12001}' \
-    'd["battery"]["voltage_V"] == 3.61' 'd["last_events"]["power_off"] == "23:00:00 14.03.2024"' \
+    'd["battery"] == {"voltage_V": 3.05, "raw": {"eReadVoltageLiBattery": "3.5"}}' \
+    'd["last_events"]["power_off"] == "2024-03-14T23:00:00" and d["last_events"]["raw"]["eReadTimeOnOff"][0] == [43, "23:00:00", "14.03.2024"]' \
     'd["display"]["tariff_switches"] == "11000" and d["display"]["times"] == [5, 5, 5, 5]' \
     'd["display"]["extra_flags"] == "11100000" and d["display"]["extra_delay"] == 10' \
-    'd["limits"]["power"] == 1500 and d["limits"]["tariff_energy"] == [5000, 3000, 0, 0]' \
+    'd["limits"]["power_kW"] == 15 and d["limits"]["raw"]["eReadPowerLimit"] == 1500 and d["limits"]["tariff_energy"] == [5000, 3000, 0, 0]' \
     'd["relay"] == {"mode": 2, "state": 1, "output_mode": 0}' \
     'd["settings"] == {"clock_correction": 0, "summer_time": 1, "timeout_multiplier": 1}' \
     'd["tariffs"]["count"] == 2 and d["tariffs"]["profile_mode"] == 0' \
     'd["plc1"]["answer"] == "01 00 05 10 00 00 01 00"'
 run 0 "${SIMSTATE[@]}" read running battery months --month 3
-has out "running time:" "  meter hours:   12345" "  battery hours: 12001" "  voltage V: 3.61" "  03:"
-grep -q "^    active:   T1 [0-9]*  T2 [0-9]*  T3 0  T4 0$" "$work/out" || fail "month 3 energies missing"
+has out "running time:" "  meter hours:   12345" "  battery hours: 12001" "  voltage: 3.05 V" "  03:"
+grep -q "^    active:   T1 [0-9]*\.[0-9][0-9]  T2 [0-9]*\.[0-9][0-9]  T3 0\.00  T4 0\.00 kWh$" "$work/out" ||
+    fail "month 3 energies missing"
 
 # set, then read back, on a simulator that lives across the runs
 start_sim "$work/meter" --state "$work/state.json"
@@ -92,7 +102,7 @@ done
 run 0 "${PORT[@]}" --json read display limits relay settings tariffs running maxima
 json 'd["display"]["tariff_switches"] == "10101" and [d["display"][k] for k in ("power", "time", "date")] == [0, 1, 0]' \
     'd["display"]["extra_flags"] == "10110001" and d["display"]["extra_delay"] == 7' \
-    'd["display"]["times"] == [4, 6, 7, 8]' 'd["limits"]["power"] == 2500 and d["limits"]["month_energy"] == 300' \
+    'd["display"]["times"] == [4, 6, 7, 8]' 'd["limits"]["power_kW"] == 25 and d["limits"]["month_energy"] == 300' \
     'd["limits"]["tariff_energy"] == [100, 200, 300, 400]' \
     'd["relay"]["mode"] == 1 and d["relay"]["output_mode"] == 3' \
     'd["settings"] == {"clock_correction": 5, "summer_time": 0, "timeout_multiplier": 4}' \
@@ -100,7 +110,7 @@ json 'd["display"]["tariff_switches"] == "10101" and [d["display"][k] for k in (
     'd["running_time"]["battery_hours"] == 0' '[m["value"] for m in d["maxima"]["current_A"]] == [0, 0]'
 # The clock was set to the computer's: the meter's date is today's now.
 run 0 "${PORT[@]}" --json info
-json "d['clock']['date'] == '$(date +%d.%m.%y)'"
+json "d['clock']['time'].startswith('$(date +%Y-%m-%d)T')"
 # The new address answers; the meter address option reaches it.
 run 0 "${PORT[@]}" --address 77 --json info
 json 'd["identity"]["address"] == 77 and d["identity"]["serial_number"] == "21000417"'
@@ -139,7 +149,8 @@ run 0 "${PORT[@]}" journal 1 --count 2
 run 0 "${PORT[@]}" --json journal 4 --first 0 --count 1
 json 'len(d["entries"]) >= 1 and all(e["event"].startswith("QUALITY ") for e in d["entries"])'
 run 0 "${PORT[@]}" --json journal 4 --parameter 0 --count 1
-json 'd["parameter"] == 0 and [e["event"] for e in d["entries"]] == ["QUALITY 0 BACK IN LIMITS"]'
+json 'd["parameter"] == 0 and [e["event"] for e in d["entries"]] == ["QUALITY 0 BACK IN LIMITS"]' \
+    'd["entries"][0]["at"] == "%s-%s-%sT%s" % (d["text"][15:19], d["text"][12:14], d["text"][9:11], d["text"][:8])'
 run 0 "${PORT[@]}" profile 2024-03-14
 [ "$(wc -l <"$work/out")" = 48 ] && [ "$(head -1 "$work/out" | cut -d' ' -f1)" = "00:00" ] &&
     [ "$(tail -1 "$work/out" | cut -d' ' -f1)" = "23:30" ] || fail "profile day: $(head -3 "$work/out")"
@@ -162,10 +173,13 @@ run 0 --port "$work/modem" --gsm 5550100 --dial-timeout 5 --json read network
 json 'd["network"]["frequency_Hz"] == 50.01'
 start_sim "$work/gateway" --mode gateway
 run 0 --port "$work/gateway" --gateway read battery
-has out "  voltage V: 3.61"
+has out "  voltage: 3.61 V"
 start_sim "$work/echo" --mode echo
 run 0 --port "$work/echo" --echo read battery
-has out "  voltage V: 3.61"
+has out "  voltage: 3.61 V"
+# The five serial time-outs, here the set that returns each read at once with what is queued.
+run 0 --port "$work/echo" --echo --timeouts 4294967295 0 0 10 1000 read battery
+has out "  voltage: 3.61 V"
 
 # The meter does not answer, or cannot be reached: exit 1 and the library's message.
 start_sim "$work/silent" --silent always
@@ -189,6 +203,11 @@ run 2 --sim read everything
 run 2 --sim journal 6
 run 2 --sim schedule
 run 2 --tcp nocolon info
+run 2 --sim --timeouts 20 0 300 0 info
+run 2 --connect ftp:host info
+has err 'q310: --connect "ftp:host": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted'
+run 2 --connect gsm:5550100 --json-line --name m7 info
+json 'd["name"] == "m7" and d["result"] == "failed" and d["exit_code"] == 2 and d["message"] == "--connect gsm: dials through a modem: --modem PORT"'
 
 # Bad input: exit 3, nothing sent.
 run 3 "${PORT[@]}" set power-limit abc

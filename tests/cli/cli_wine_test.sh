@@ -23,9 +23,13 @@ cd "$work" || exit 1
 run 0 "${TCP[@]}" info
 has out "  serial number:    21000417" "  firmware version: 2.14" "  firmware date:    2020-11-05"
 run 0 "${TCP[@]}" --json read energy network battery
-json 'd["energy"]["active"] == {"T1": 1234567, "T2": 456789, "T3": 0, "T4": 0}' \
+json 'd["energy"]["active_kWh"] == {"T1": 12345.67, "T2": 4567.89, "T3": 0, "T4": 0}' \
+    'd["energy"]["raw"]["eReadStorageBattery"] == [1234567, 456789, 0, 0]' \
     'd["network"]["frequency_Hz"] == 50.01 and d["network"]["voltage_V"] == 230.1' \
+    'd["network"]["power_factor"] == 0.985 and d["network"]["raw"]["eReadCOS_Q316"] == "8985000450"' \
     'd["battery"]["voltage_V"] == 3.61'
+run 0 "${TCP[@]}" read energy network
+has out "  active:   T1 12345.67  T2 4567.89  T3 0.00  T4 0.00 kWh" "  power factor:   0.985"
 run 0 "${TCP[@]}" schedule get schedule.txt
 sed '0,/07:00,T1/s//06:30,T3/' schedule.txt >changed.txt
 run 0 "${TCP[@]}" schedule put changed.txt

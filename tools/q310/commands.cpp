@@ -67,13 +67,48 @@ Json Number(const std::string& aText)
     return aText;
 }
 
+// Energy registers as the exports hand them on: the meter's own counts, whose last two digits are the
+// hundredths of a kWh (kvarh) that its display shows after the point.
 Json Tariffs(const uint32_t (&aValues)[4])
 {
-    return Json{{"T1", aValues[0]}, {"T2", aValues[1]}, {"T3", aValues[2]}, {"T4", aValues[3]}};
+    Json tariffs;
+    for (int t = 0; t < 4; ++t)
+        tariffs["T" + std::to_string(t + 1)] = aValues[t] / 100.0;
+    return tariffs;
+}
+
+Json Counts(const uint32_t (&aValues)[4])
+{
+    return Json::array({aValues[0], aValues[1], aValues[2], aValues[3]});
+}
+
+// "YY" of the meter's century as a four-digit year.
+std::string Year(const std::string& aTwoDigits)
+{
+    return "20" + aTwoDigits;
+}
+
+// "dd.mm.yy" or "dd.mm.yyyy" as "yyyy-mm-dd"; the text itself when it is neither.
+std::string IsoDate(const std::string& aDate)
+{
+    if ((aDate.size() == 8 || aDate.size() == 10) && aDate[2] == '.' && aDate[5] == '.')
+        return (aDate.size() == 8 ? Year(aDate.substr(6, 2)) : aDate.substr(6, 4)) + "-" +
+               aDate.substr(3, 2) + "-" + aDate.substr(0, 2);
+    return aDate;
+}
+
+// A time "hh:mm:ss" and a date as IsoDate takes it: "yyyy-mm-ddThh:mm:ss".
+std::string IsoDateTime(const std::string& aTime, const std::string& aDate)
+{
+    const std::string date = IsoDate(aDate);
+    if (aTime.size() != 8 || date.size() != 10 || date == aDate)
+        return aTime + " " + aDate;
+    return date + "T" + aTime;
 }
 
 // A maximum as the library prints it, " %3d.%d" of quotient and remainder: the remainder is not
 // zero-padded (" 12.5" is 12.05 for hundredths), so both parts are taken as integers.
+// The same form "%d.%d" serves the battery voltage (volts and hundredths).
 Json MaximumValue(const std::string& aText, int aDivisor)
 {
     int whole = 0;
@@ -81,6 +116,20 @@ Json MaximumValue(const std::string& aText, int aDivisor)
     if (sscanf(aText.c_str(), " %d.%d", &whole, &part) != 2)
         return aText;
     return whole + static_cast<double>(part) / aDivisor;
+}
+
+// The ten digits of the power factor read: the first two bytes carry the factor in thousandths, bit 7
+// of the first byte (the high digit 8 or 9) its sign, set meaning positive; the six digits behind them
+// are a second value whose meaning the meter keeps to itself (kept in the raw text).
+Json PowerFactor(const std::string& aDigits)
+{
+    if (aDigits.size() != 10 || aDigits.find_first_not_of("0123456789") != std::string::npos)
+        return aDigits;
+    const int high = aDigits[0] - '0';
+    const int thousandths = ((high & 7) * 10 + (aDigits[1] - '0')) * 100 + std::stoi(aDigits.substr(2, 2));
+    if ((high & 8) != 0 || thousandths == 0)
+        return thousandths / 1000.0;
+    return -thousandths / 1000.0;
 }
 
 uint32_t ParseUnsigned(const std::string& aText, const std::string& aWhat, uint32_t aMax = 0xFFFFFFFFu)
@@ -104,8 +153,7 @@ Json JournalEntries(const std::string& aText)
         if (line.empty())
             continue;
         Json entry;
-        entry["time"] = line.substr(0, 8);
-        entry["date"] = line.size() > 9 ? line.substr(9, 10) : "";
+        entry["at"] = IsoDateTime(line.substr(0, 8), line.size() > 9 ? line.substr(9, 10) : "");
         entry["event"] = line.size() > 20 ? line.substr(20) : "";
         entries.push_back(entry);
     }
@@ -145,6 +193,8 @@ Json Identity(Session& s)
     char date[32] = {};
     s.Check(eReadSoftVersion(0, version, date, s.Err()), "eReadSoftVersion");
     identity["firmware_version"] = version;
+    Json raw;
+    raw["eReadSoftVersion"] = Json::array({version, date});
     const std::string ymd = date;
     // "YYYYMMDD" of the record, whose year byte is of the century ("0020" is 2020).
     if (ymd.size() == 8 && ymd.compare(0, 2, "00") == 0)
@@ -156,7 +206,8 @@ Json Identity(Session& s)
     identity["firmware_id"] = ident;
     char produced[32] = {};
     s.Check(eReadOutputDate(0, produced, s.Err()), "eReadOutputDate");
-    identity["production_date"] = produced;
+    identity["production_date"] = IsoDate(produced);
+    raw["eReadOutputDate"] = produced;
     uint32_t model = 0;
     uint32_t variant = 0;
     s.Check(eReadTypeState(0, &model, &variant, s.Err()), "eReadTypeState");
@@ -167,6 +218,7 @@ Json Identity(Session& s)
     s.Check(eReadVariantExecution(0, &power, &relay, s.Err()), "eReadVariantExecution");
     identity["relay"] = relay != 0;
     identity["power_option"] = power != 0;
+    identity["raw"] = raw;
     return identity;
 }
 
@@ -176,7 +228,9 @@ Json Clock(Session& s)
     char date[32] = {};
     char weekday[32] = {};
     s.Check(eReadCurrentTime(0, time, date, weekday, s.Err()), "eReadCurrentTime");
-    return Json{{"time", time}, {"date", date}, {"weekday", U(weekday)}};
+    return Json{{"time", IsoDateTime(time, date)},
+                {"weekday", U(weekday)},
+                {"raw", {{"eReadCurrentTime", Json::array({time, date, U(weekday)})}}}};
 }
 
 Json Energy(Session& s)
@@ -187,7 +241,10 @@ Json Energy(Session& s)
             "eReadStorageBattery");
     s.Check(eReadStorageBattery_Q316(0, &reactive[0], &reactive[1], &reactive[2], &reactive[3], s.Err()),
             "eReadStorageBattery_Q316");
-    return Json{{"active", Tariffs(active)}, {"reactive", Tariffs(reactive)}};
+    return Json{
+        {"active_kWh", Tariffs(active)},
+        {"reactive_kvarh", Tariffs(reactive)},
+        {"raw", {{"eReadStorageBattery", Counts(active)}, {"eReadStorageBattery_Q316", Counts(reactive)}}}};
 }
 
 Json Months(Session& s, const std::vector<int>& aMonths)
@@ -211,7 +268,10 @@ Json Months(Session& s, const std::vector<int>& aMonths)
             "eReadMonthEnergy_Q316");
         char key[8];
         snprintf(key, sizeof(key), "%02d", m);
-        result[key] = Json{{"active", Tariffs(active)}, {"reactive", Tariffs(reactive)}};
+        result[key] = Json{
+            {"active_kWh", Tariffs(active)},
+            {"reactive_kvarh", Tariffs(reactive)},
+            {"raw", {{"eReadMonthEnergy", Counts(active)}, {"eReadMonthEnergy_Q316", Counts(reactive)}}}};
     }
     return result;
 }
@@ -228,9 +288,18 @@ Json Network(Session& s)
     s.Check(eReadCurrentPower_Q316(0, reactive, s.Err()), "eReadCurrentPower_Q316");
     char cosine[32] = {};
     s.Check(eReadCOS_Q316(0, cosine, s.Err()), "eReadCOS_Q316");
-    return Json{{"voltage_V", Number(voltage)},       {"current_A", Number(current)},
-                {"power_W", Number(power)},           {"frequency_Hz", Number(frequency)},
-                {"reactive_power", Number(reactive)}, {"power_factor_digits", cosine}};
+    // The reactive power comes unscaled, as the active power does: var beside W.
+    return Json{{"voltage_V", Number(voltage)},
+                {"current_A", Number(current)},
+                {"power_W", Number(power)},
+                {"frequency_Hz", Number(frequency)},
+                {"reactive_power_var", Number(reactive)},
+                {"power_factor", PowerFactor(cosine)},
+                {"raw",
+                 {{"eReadVoltageCurrentPower", Json::array({voltage, current, power})},
+                  {"eReadFrequency", frequency},
+                  {"eReadCurrentPower_Q316", reactive},
+                  {"eReadCOS_Q316", cosine}}}};
 }
 
 Json Maxima(Session& s)
@@ -246,7 +315,11 @@ Json Maxima(Session& s)
     static const Kind kinds[] = {{"voltage_V", eReadMaxVoltage, "eReadMaxVoltage", 10},
                                  {"current_A", eReadMaxCurrent, "eReadMaxCurrent", 100},
                                  {"power_kW", eReadMaxPower, "eReadMaxPower", 100}};
+    // The time stamps come as "hh:mm:ss dd.mm.yy".
+    auto at = [](const std::string& aStamp)
+    { return aStamp.size() == 17 ? IsoDateTime(aStamp.substr(0, 8), aStamp.substr(9)) : aStamp; };
     Json result;
+    Json raw;
     for (const Kind& kind : kinds)
     {
         char date1[48] = {};
@@ -254,9 +327,12 @@ Json Maxima(Session& s)
         char date2[48] = {};
         char value2[48] = {};
         s.Check(kind.read(0, date1, value1, date2, value2, s.Err()), kind.exportName);
-        result[kind.name] = Json::array({Json{{"value", MaximumValue(value1, kind.divisor)}, {"at", date1}},
-                                         Json{{"value", MaximumValue(value2, kind.divisor)}, {"at", date2}}});
+        result[kind.name] =
+            Json::array({Json{{"value", MaximumValue(value1, kind.divisor)}, {"at", at(date1)}},
+                         Json{{"value", MaximumValue(value2, kind.divisor)}, {"at", at(date2)}}});
+        raw[kind.exportName] = Json::array({date1, value1, date2, value2});
     }
+    result["raw"] = raw;
     return result;
 }
 
@@ -272,7 +348,8 @@ Json Battery(Session& s)
 {
     char voltage[32] = {};
     s.Check(eReadVoltageLiBattery(0, voltage, s.Err()), "eReadVoltageLiBattery");
-    return Json{{"voltage_V", Number(voltage)}};
+    // Volts and hundredths, the hundredths not zero-padded ("3.5" is 3.05 V).
+    return Json{{"voltage_V", MaximumValue(voltage, 100)}, {"raw", {{"eReadVoltageLiBattery", voltage}}}};
 }
 
 Json Events(Session& s)
@@ -283,13 +360,16 @@ Json Events(Session& s)
         const char* name;
     } events[] = {{43, "power_off"}, {44, "power_on"}, {97, "cover_open"}, {98, "cover_close"}};
     Json result;
+    Json raw = Json::array();
     for (const auto& event : events)
     {
         char time[32] = {};
         char date[32] = {};
         s.Check(eReadTimeOnOff(0, event.code, time, date, s.Err()), "eReadTimeOnOff");
-        result[event.name] = std::string(time) + " " + date;
+        result[event.name] = IsoDateTime(time, date);
+        raw.push_back(Json::array({event.code, time, date}));
     }
+    result["raw"] = Json{{"eReadTimeOnOff", raw}};
     return result;
 }
 
@@ -337,11 +417,14 @@ Json Limits(Session& s)
     std::string part;
     while (std::getline(parts, part, ';'))
         tariffLimits.push_back(Number(part));
-    return Json{{"power", power},
-                {"power_mode", Json::array({mode[0], mode[1], mode[2], mode[3]})},
-                {"month_energy", energy},
-                {"tariff_energy", tariffLimits},
-                {"tariff_energy_flags", flags}};
+    // The power limit comes in tens of watts (the meter keeps whole kW and tens of W).
+    return Json{
+        {"power_kW", power / 100.0},
+        {"power_mode", Json::array({mode[0], mode[1], mode[2], mode[3]})},
+        {"month_energy", energy},
+        {"tariff_energy", tariffLimits},
+        {"tariff_energy_flags", flags},
+        {"raw", {{"eReadPowerLimit", power}, {"eReadEnergyRateLimit", Json::array({limits, flags})}}}};
 }
 
 Json Relay(Session& s)

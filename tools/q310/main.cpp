@@ -11,7 +11,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -54,6 +56,11 @@ struct Run
     ConnectionOptions connection;
     CommandOptions command;
     bool json = false;
+    bool jsonLine = false; // one line of JSON with the meter's name and the run's times (fleet runs)
+    std::string name;
+    std::string connect;
+    std::string modem;
+    std::string serial;
     bool trace = false;
     bool noProgress = false;
     std::string command_;
@@ -107,6 +114,52 @@ Json Execute(Session& aSession, Run& aRun, const std::string& aInput)
     return report;
 }
 
+// "tcp:HOST:PORT", "port:COM3" or "gsm:NUMBER" (the modem on --port), as a fleet inventory names
+// the way to a meter, onto the connection options.
+void Connect(const std::string& aConnection, const std::string& aModem, ConnectionOptions& aOptions)
+{
+    const size_t colon = aConnection.find(':');
+    const std::string kind = aConnection.substr(0, colon);
+    const std::string rest = colon == std::string::npos ? "" : aConnection.substr(colon + 1);
+    if (rest.empty() || (kind != "tcp" && kind != "port" && kind != "gsm"))
+        throw UsageError("--connect \"" + aConnection + "\": tcp:HOST:PORT, port:PORT or gsm:NUMBER wanted");
+    if (kind == "tcp" ? !aOptions.port.empty() || !aOptions.tcp.empty() : !aOptions.tcp.empty())
+        throw UsageError("--connect " + kind + ": takes no --tcp" + (kind == "tcp" ? " or --port" : ""));
+    if (kind == "tcp")
+        aOptions.tcp = rest;
+    else if (kind == "gsm")
+    {
+        if (aModem.empty() && aOptions.port.empty())
+            throw UsageError("--connect gsm: dials through a modem: --modem PORT");
+        aOptions.gsm = rest;
+        if (!aModem.empty())
+            aOptions.port = aModem;
+    }
+    else if (!aOptions.port.empty())
+        throw UsageError("--connect port: takes no --port");
+    else
+        aOptions.port = rest;
+}
+
+// Now in UTC as "yyyy-mm-ddThh:mm:ss.mmmZ".
+std::string UtcNow()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto millis =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    std::tm utc{};
+#ifdef _WIN32
+    gmtime_s(&utc, &seconds);
+#else
+    gmtime_r(&seconds, &utc);
+#endif
+    char text[80];
+    snprintf(text, sizeof(text), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", utc.tm_year + 1900, utc.tm_mon + 1,
+             utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, static_cast<int>(millis));
+    return text;
+}
+
 void Print(std::FILE* pOut, const std::string& aText)
 {
     fwrite(aText.data(), 1, aText.size(), pOut);
@@ -141,7 +194,6 @@ int main(int argc, char** argv)
     app.add_option("--timeouts", c.timeouts,
                    "five serial time-outs in ms: read interval, read multiplier, read constant (also the TCP "
                    "read time-out), write multiplier, write constant")
-        ->expected(5)
         ->capture_default_str();
     app.add_flag("--echo", c.echo, "the RS-485 line echoes every request");
     app.add_flag("--tcp-echo", c.tcpEcho, "the TCP bridge echoes every request (ends the library's trace)");
@@ -159,7 +211,17 @@ int main(int argc, char** argv)
         ->capture_default_str()
         ->needs(gateway);
     app.add_option("--address", c.address, "meter address")->capture_default_str();
+    app.add_option("--connect", run.connect,
+                   "the connection as an inventory names it: tcp:HOST:PORT, port:PORT or gsm:NUMBER "
+                   "(with the modem on --port)")
+        ->excludes(tcp)
+        ->excludes(sim);
+    app.add_option("--modem", run.modem, "with --connect gsm:NUMBER: the modem's port (ignored otherwise)");
     app.add_flag("--json", run.json, "print JSON instead of text");
+    app.add_flag("--json-line", run.jsonLine,
+                 "one line of JSON: name, connection, address, started, ended, result, and the values "
+                 "or the library's message (for fleet runs)");
+    app.add_option("--name", run.name, "with --json-line: the meter's name");
     app.add_flag("--trace", run.trace, "the library's trace on stderr");
     app.add_flag("--no-progress", run.noProgress,
                  "no progress bar (none is drawn unless stderr is a terminal)");
@@ -244,7 +306,9 @@ int main(int argc, char** argv)
         run.command_ = "raw";
     else
         run.command_ = "report";
+    run.json = run.json || run.jsonLine;
     run.command.progress = !run.noProgress && !run.json && os::IsTerminal(2);
+    const std::string started = UtcNow();
 
     TraceTap tap;
     int exitCode = kExitOk;
@@ -254,6 +318,8 @@ int main(int argc, char** argv)
     {
         // No meter named: say how to name one rather than guess (a default to the simulator would make a
         // forgotten --port read a meter that does not exist).
+        if (!run.connect.empty())
+            Connect(run.connect, run.modem, c);
         if (c.port.empty() && c.tcp.empty() && !c.sim)
             throw UsageError(std::string("no meter given: --port COM1 (or a device path), --tcp HOST:PORT") +
                              (SimulatorAvailable() ? ", or --sim for the built-in simulator" : ""));
@@ -266,6 +332,7 @@ int main(int argc, char** argv)
             fprintf(stderr, "q310: the library's trace stays on stdout\n");
         Session session(tap);
         session.Open(c);
+        run.serial = session.Serial();
         result = Execute(session, run, input);
         session.Close();
     }
@@ -288,6 +355,28 @@ int main(int argc, char** argv)
     std::FILE* out = tap.Out();
     std::FILE* err = tap.Err();
 
+    if (run.jsonLine)
+    {
+        Json line{{"name", run.name},
+                  {"connection", !run.connect.empty() ? run.connect
+                                 : !c.tcp.empty()     ? "tcp:" + c.tcp
+                                 : c.sim              ? std::string("sim")
+                                                      : "port:" + c.port},
+                  {"address", c.address},
+                  {"serial_number", run.serial.empty() ? Json() : Json(run.serial)},
+                  {"started", started},
+                  {"ended", UtcNow()},
+                  {"result", exitCode == kExitOk ? "ok" : "failed"}};
+        if (exitCode == kExitOk)
+            line["values"] = result;
+        else
+        {
+            line["message"] = message;
+            line["exit_code"] = exitCode;
+        }
+        Print(out, line.dump() + "\n");
+        return exitCode;
+    }
     if (exitCode != kExitOk)
     {
         fprintf(err, "q310: %s\n", message.c_str());
