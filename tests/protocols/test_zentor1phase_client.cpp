@@ -128,6 +128,8 @@ constexpr Kel_StatusCode W = Kel_Good; // writes have no length check
 #define CALL(command, ...)                                                                                   \
     [](C c, std::string& o) { return Out(o, Kel_Zentor1Phase_Client_##command __VA_OPT__(, ) __VA_ARGS__); }
 
+#define MODEL CALL(ReadModel(c, &r.model), r.model.text, r.model.relay)
+
 std::vector<Row> Rows()
 {
     return {
@@ -335,15 +337,18 @@ std::vector<Row> Rows()
          CALL(ReadUIP(c, &r.u32a, &r.u32b, &r.u32c), r.u32a, r.u32b, r.u32c)},
         {"81", "81 50 01 04 07 09 09 09 09 09 09", U, "5001 5 7",
          CALL(ReadExtendedNetParams(c, &r.net), r.net.frequency, r.net.value1, r.net.value2)},
-        // "реле, авт.вкл" in Windows-1251.
-        {"86 FF", "86 FF 08 04", U,
-         "5A 65 6E 74 6F 72 20 33 31 36 2C 20 52 53 34 38 35 2C 20 F0 E5 EB E5 2C 20 E0 E2 F2 2E E2 EA EB 00 "
-         "1",
-         [](C c, std::string& o)
-         {
-             const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadModel(c, &r.model);
-             return Out(o, status, Raw{r.model.text, strlen(r.model.text) + 1}, r.model.relay);
-         }},
+        // Model texts in Windows-1251 ("реле", "авт.вкл"), then the relay flag.
+        {"86 FF", "86 FF 02 00", U, "Zentor 310 0", MODEL},
+        {"86 FF", "86 FF 04 01", U, "Zentor 313.2T, \xF0\xE5\xEB\xE5 1", MODEL},
+        {"86 FF", "86 FF 04 03", U, "Zentor 313.2T, 120(L) 0", MODEL},
+        {"86 FF", "86 FF 06 02", U, "Zentor 313.2TR 0", MODEL},
+        {"86 FF", "86 FF 08 01", U, "Zentor 316, RS485 0", MODEL},
+        {"86 FF", "86 FF 08 03", U, "Zentor 316, PLC, \xF0\xE5\xEB\xE5 1", MODEL},
+        {"86 FF", "86 FF 08 04", U, "Zentor 316, RS485, \xF0\xE5\xEB\xE5, \xE0\xE2\xF2.\xE2\xEA\xEB 1",
+         MODEL},
+        {"86 FF", "86 FF 08 05", U, "Zentor 316, PLC, \xF0\xE5\xEB\xE5, \xE0\xE2\xF2.\xE2\xEA\xEB 1", MODEL},
+        {"86 FF", "86 FF 0A 03", U, "Zentor 311.8TLO, \xF0\xE5\xEB\xE5 0", MODEL},
+        {"86 FF", "86 FF 0C 01", U, "0", MODEL},
         {"86 00|86 01|86 02", "86 00 12 34 56|86 01 AA|86 02 12 34 00 07 89", U, "123456 2 -1.234 789",
          [](C c, std::string& o)
          {
@@ -418,75 +423,60 @@ const Kel_Zentor1Phase_MeterTime7 kHour100{{1, 2, 3, 100, 5, 6, 7}};
 struct Refusal
 {
     const char* text;
-    std::function<Kel_StatusCode(C)> call;
+    Call call;
 };
 } // namespace
 
 TEST_F(ClientTest, RefusedArgumentsWriteNothingAndTraceTheirReason)
 {
     const Refusal refusals[] = {
-        {"aSerialNumberSizeInBytes < 9",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadSerial(c, reinterpret_cast<char*>(buffer), 8); }},
-        {"(aValue < 1) || (aValue > 4)",
-         [](C c) { return Kel_Zentor1Phase_Client_WriteTariffsNumber(c, 0); }},
-        {"(aValue < 1) || (aValue > 4)",
-         [](C c) { return Kel_Zentor1Phase_Client_WriteTariffsNumber(c, 5); }},
-        {"(aValue < 1) || (aValue > 4)", [](C c) { return Kel_Zentor1Phase_Client_WriteActiveTariff(c, 5); }},
-        {"aValue & 0xE0", [](C c) { return Kel_Zentor1Phase_Client_WriteTimeCorrection1(c, 32); }},
-        {"baudRate > KEL_ZENTOR1PHASE_BAUD_600",
-         [](C c) { return Kel_Zentor1Phase_Client_WriteBaudRate(c, 5); }},
-        {"(aPart != 0) && (aPart != 1)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadHolidaysTable(c, 2, buffer); }},
-        {"(aPart != 0) && (aPart != 1)",
-         [](C c) { return Kel_Zentor1Phase_Client_WriteHolidaysTable(c, 2, buffer); }},
-        {"Month > 11", [](C c) { return Kel_Zentor1Phase_Client_ReadTariffsTable(c, 12, 0, points); }},
-        {"WDay > 7", [](C c) { return Kel_Zentor1Phase_Client_ReadTariffsTable(c, 0, 8, points); }},
-        {"Month > 11", [](C c) { return Kel_Zentor1Phase_Client_WriteTariffsTable(c, 12, 0, points); }},
-        {"WDay > 7", [](C c) { return Kel_Zentor1Phase_Client_WriteTariffsTable(c, 0, 8, points); }},
-        {"Maximum > 2", [](C c) { return Kel_Zentor1Phase_Client_WriteMaximumReset(c, 3, 0); }},
-        {"pValue->T3 < 4", [](C c) { return Kel_Zentor1Phase_Client_WriteDisplayDelay(c, &kShortT3); }},
-        {"pValue->T1 < 4", [](C c) { return Kel_Zentor1Phase_Client_WriteDisplayDelay(c, &kShortT1); }},
+        {"aSerialNumberSizeInBytes < 9", CALL(ReadSerial(c, reinterpret_cast<char*>(buffer), 8))},
+        {"(aValue < 1) || (aValue > 4)", CALL(WriteTariffsNumber(c, 0))},
+        {"(aValue < 1) || (aValue > 4)", CALL(WriteTariffsNumber(c, 5))},
+        {"(aValue < 1) || (aValue > 4)", CALL(WriteActiveTariff(c, 5))},
+        {"aValue & 0xE0", CALL(WriteTimeCorrection1(c, 32))},
+        {"baudRate > KEL_ZENTOR1PHASE_BAUD_600", CALL(WriteBaudRate(c, 5))},
+        {"(aPart != 0) && (aPart != 1)", CALL(ReadHolidaysTable(c, 2, buffer))},
+        {"(aPart != 0) && (aPart != 1)", CALL(WriteHolidaysTable(c, 2, buffer))},
+        {"Month > 11", CALL(ReadTariffsTable(c, 12, 0, points))},
+        {"WDay > 7", CALL(ReadTariffsTable(c, 0, 8, points))},
+        {"Month > 11", CALL(WriteTariffsTable(c, 12, 0, points))},
+        {"WDay > 7", CALL(WriteTariffsTable(c, 0, 8, points))},
+        {"Maximum > 2", CALL(WriteMaximumReset(c, 3, 0))},
+        {"pValue->T3 < 4", CALL(WriteDisplayDelay(c, &kShortT3))},
+        {"pValue->T1 < 4", CALL(WriteDisplayDelay(c, &kShortT1))},
         {"(Type != KEL_ZENTOR1PHASE_RCMD_ACTIVE_ENERGY) && (Type != KEL_ZENTOR1PHASE_RCMD_REACTIVE_ENERGY)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadEnergy(c, 0x28, values); }},
-        {"(Month > 11) && (Month != 15)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadEnergyMonth12(c, 12, 0x32, values); }},
+         CALL(ReadEnergy(c, 0x28, values))},
+        {"(Month > 11) && (Month != 15)", CALL(ReadEnergyMonth12(c, 12, 0x32, values))},
         {"(aCommand != KEL_ZENTOR1PHASE_RCMD_ACTIVE_ENERGY_MONTH) && (aCommand != "
          "KEL_ZENTOR1PHASE_RCMD_REACTIVE_ENERGY_MONTH)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadEnergyMonth12(c, 1, 0x27, values); }},
-        {"Year > 99", [](C c) { return Kel_Zentor1Phase_Client_ReadEnergyMonth48(c, 100, 1, &archive); }},
-        {"(Month == 0) || (Month > 12)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadEnergyMonth48(c, 1, 0, &archive); }},
-        {"(Month == 0) || (Month > 12)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadEnergyDay48(c, 1, 13, 1, &archive); }},
-        {"(Day == 0) || (Day > 31)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadEnergyDay48(c, 1, 1, 32, &archive); }},
-        {"(Day == 0) || (Day > 31)",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadPowerUnit48(c, 1, 1, 0, 0, 0, &profile); }},
-        {"Hour > 23",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadPowerUnit48(c, 1, 1, 1, 24, 0, &profile); }},
-        {"Minute > 59",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadPowerUnit48(c, 1, 1, 1, 0, 60, &profile); }},
-        {"Maximum > KEL_ZENTOR1PHASE_MAXIMUM_POWER",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadMaximum(c, 3, &maximum); }},
+         CALL(ReadEnergyMonth12(c, 1, 0x27, values))},
+        {"Year > 99", CALL(ReadEnergyMonth48(c, 100, 1, &archive))},
+        {"(Month == 0) || (Month > 12)", CALL(ReadEnergyMonth48(c, 1, 0, &archive))},
+        {"(Month == 0) || (Month > 12)", CALL(ReadEnergyDay48(c, 1, 13, 1, &archive))},
+        {"(Day == 0) || (Day > 31)", CALL(ReadEnergyDay48(c, 1, 1, 32, &archive))},
+        {"(Day == 0) || (Day > 31)", CALL(ReadPowerUnit48(c, 1, 1, 0, 0, 0, &profile))},
+        {"Hour > 23", CALL(ReadPowerUnit48(c, 1, 1, 1, 24, 0, &profile))},
+        {"Minute > 59", CALL(ReadPowerUnit48(c, 1, 1, 1, 0, 60, &profile))},
+        {"Maximum > KEL_ZENTOR1PHASE_MAXIMUM_POWER", CALL(ReadMaximum(c, 3, &maximum))},
         {"Arg pContext is NULL!",
-         [](C) { return Kel_Zentor1Phase_Client_ReadSerial(nullptr, reinterpret_cast<char*>(buffer), 9); }},
-        {"Arg address is NULL!", [](C c) { return Kel_Zentor1Phase_Client_ReadGroupAddress(c, nullptr); }},
-        {"Arg tariffEnergyLimit is NULL!",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadTariffEnergyLimit(c, nullptr); }},
-        {"Arg i is NULL!", [](C c) { return Kel_Zentor1Phase_Client_ReadUIP(c, values, nullptr, values); }},
-        {"Arg offTime is NULL!",
-         [](C c) { return Kel_Zentor1Phase_Client_ReadRunningTime(c, values, nullptr); }},
+         CALL(ReadSerial(c == nullptr ? c : nullptr, reinterpret_cast<char*>(buffer), 9))},
+        {"Arg address is NULL!", CALL(ReadGroupAddress(c, nullptr))},
+        {"Arg tariffEnergyLimit is NULL!", CALL(ReadTariffEnergyLimit(c, nullptr))},
+        {"Arg i is NULL!", CALL(ReadUIP(c, values, nullptr, values))},
+        {"Arg offTime is NULL!", CALL(ReadRunningTime(c, values, nullptr))},
         // Values that do not fit a BCD byte.
-        {"0x80AB0000", [](C c) { return Kel_Zentor1Phase_Client_WriteEnergyLimit(c, 10000); }},
-        {"0x80AB0000", [](C c) { return Kel_Zentor1Phase_Client_WriteDateTime(c, &kHour100); }},
-        {"0x80AB0000", [](C c) { return Kel_Zentor1Phase_Client_WritePowerLimit(c, -5.0); }},
+        {"0x80AB0000", CALL(WriteEnergyLimit(c, 10000))},
+        {"0x80AB0000", CALL(WriteDateTime(c, &kHour100))},
+        {"0x80AB0000", CALL(WritePowerLimit(c, -5.0))},
     };
     for (const Refusal& refusal : refusals)
     {
         SCOPED_TRACE(refusal.text);
         Reset();
         TraceCapture trace;
-        EXPECT_EQ(refusal.call(&client), Kel_BadInvalidArgument);
+        std::string unused;
+        EXPECT_EQ(refusal.call(&client, unused), Kel_BadInvalidArgument);
         const std::string text = trace.Stop();
         EXPECT_TRUE(meter.writes.empty());
         const std::string reason = refusal.text;
@@ -623,33 +613,6 @@ TEST_F(ClientTest, AnswersWithImpossibleContentsAreRefused)
           "<-- ReturnError: 0x80AB0000\n", "--- GotoError: Kel_BadOutOfRange. Statuscode 0x803C0000\n",
           "SendCommand - Fail, Tx: [1] 2F , File=", "SendCommand - Fail, Rx: [5] 2F 01 02 03 04 , File="})
         EXPECT_NE(text.find(line), std::string::npos) << line;
-}
-
-TEST_F(ClientTest, ModelTexts)
-{
-    const struct
-    {
-        uint8_t model, variant;
-        const char* text; // Windows-1251 bytes; then the relay flag
-    } cases[] = {
-        {2, 0, "Zentor 310|0"},
-        {4, 1, "Zentor 313.2T, \xF0\xE5\xEB\xE5|1"},
-        {4, 3, "Zentor 313.2T, 120(L)|0"},
-        {6, 2, "Zentor 313.2TR|0"},
-        {8, 3, "Zentor 316, PLC, \xF0\xE5\xEB\xE5|1"},
-        {8, 5, "Zentor 316, PLC, \xF0\xE5\xEB\xE5, \xE0\xE2\xF2.\xE2\xEA\xEB|1"},
-        {10, 3, "Zentor 311.8TLO, \xF0\xE5\xEB\xE5|0"},
-        {12, 1, "|0"},
-    };
-    for (const auto& model : cases)
-    {
-        SCOPED_TRACE(model.text);
-        Reset();
-        Answer({0x86, 0xFF, model.model, model.variant});
-        Kel_Zentor1Phase_ModelRecord record{};
-        EXPECT_EQ(Kel_Zentor1Phase_Client_ReadModel(&client, &record), Kel_Good);
-        EXPECT_EQ(record.text + ("|" + std::to_string(record.relay)), model.text);
-    }
 }
 
 // The whole trace of one client command, line by line: the client, the application layer, the
