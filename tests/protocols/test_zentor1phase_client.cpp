@@ -459,8 +459,8 @@ TEST_F(ClientTest, RefusedArgumentsWriteNothingAndTraceTheirReason)
         {"Hour > 23", CALL(ReadPowerUnit48(c, 1, 1, 1, 24, 0, &profile))},
         {"Minute > 59", CALL(ReadPowerUnit48(c, 1, 1, 1, 0, 60, &profile))},
         {"Maximum > KEL_ZENTOR1PHASE_MAXIMUM_POWER", CALL(ReadMaximum(c, 3, &maximum))},
-        {"Arg pContext is NULL!",
-         CALL(ReadSerial(c == nullptr ? c : nullptr, reinterpret_cast<char*>(buffer), 9))},
+        {"Arg pContext is NULL!", [](C, std::string&)
+         { return Kel_Zentor1Phase_Client_ReadSerial(nullptr, reinterpret_cast<char*>(buffer), 9); }},
         {"Arg address is NULL!", CALL(ReadGroupAddress(c, nullptr))},
         {"Arg tariffEnergyLimit is NULL!", CALL(ReadTariffEnergyLimit(c, nullptr))},
         {"Arg i is NULL!", CALL(ReadUIP(c, values, nullptr, values))},
