@@ -1,19 +1,15 @@
-// Small helpers shared by the energy model tests: building schedule records, the binary form as a
-// byte vector, and reading trace lines back from a file.
+// Helpers shared by the energy model tests and the tariff transfer tests: building schedule records
+// and the binary form as a byte vector.
 #pragma once
 
 #include "protocols/shared/kel_energyshared_schedule.h"
-#include "shared/kel_trace.h"
 
 #include "shared/trace_capture.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <cstring>
 #include <initializer_list>
-#include <regex>
-#include <sstream>
-#include <string>
 #include <vector>
 
 inline ScheduleParams MakeSchedule(std::initializer_list<ScheduleSeason> aSeasons,

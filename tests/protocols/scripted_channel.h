@@ -1,30 +1,52 @@
-// A scripted meter behind a serial channel, for the protocol tests: every write is recorded, and the
-// answer scripted for the n-th write is handed out in chunks, each after its own delay. A silent
-// answer makes reads wait a little and bring nothing. Read and write statuses can be forced.
-// Frames are built here with the bit-by-bit CRC of the data buffer, independent of the transport.
+// A scripted meter behind a serial channel, and a client over it, for the protocol tests: every write
+// is recorded, and the answer scripted for the n-th write is handed out in chunks, each after its own
+// delay; a silent answer makes reads wait a little and bring nothing; read and write statuses can be
+// forced. Frames are built here with the bit-by-bit CRC of the data buffer, independent of the
+// transport.
 #pragma once
 
+#include "protocols/orlenta/1phase/kel_zentor1phase_client.h"
 #include "shared/kel_memory.h"
 #include "shared/kel_serialchannel.h"
-#include "shared/kel_trace.h"
 #include "shared/trace_capture.h"
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdio>
 #include <deque>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 using Bytes = std::vector<uint8_t>;
 
+// "2F 00 bc" -> bytes.
+inline Bytes Hex(const char* pText)
+{
+    Bytes bytes;
+    for (unsigned value = 0, used = 0; sscanf(pText, "%2x%n", &value, &used) == 1; pText += used)
+        bytes.push_back(static_cast<uint8_t>(value));
+    return bytes;
+}
+
+// bytes -> "2F 00 BC".
+inline std::string Hex(const void* pData, size_t aSize)
+{
+    std::string text;
+    char byte[4];
+    for (size_t i = 0; i < aSize; ++i)
+    {
+        snprintf(byte, sizeof(byte), i == 0 ? "%02X" : " %02X", static_cast<const uint8_t*>(pData)[i]);
+        text += byte;
+    }
+    return text;
+}
+
 // address (big-endian), payload, CRC-16/MODBUS low byte then high byte.
 inline Bytes MakeFrame(uint32_t aAddress, const Bytes& aPayload)
 {
     Bytes frame;
-    frame.reserve(aPayload.size() + 6);
     for (int shift = 24; shift >= 0; shift -= 8)
         frame.push_back(static_cast<uint8_t>(aAddress >> shift));
     for (uint8_t byte : aPayload)
@@ -59,13 +81,16 @@ struct ScriptedMeter
         channel.pContext = this;
         channel.pWrite = &Write;
         channel.pRead = &Read;
-        channel.pClearBuffer = &Clear;
+        channel.pClearBuffer = [](void* pContext, uint32_t)
+        {
+            ++static_cast<ScriptedMeter*>(pContext)->clears;
+            return Kel_Good;
+        };
     }
     ScriptedMeter(const ScriptedMeter&) = delete;
     ScriptedMeter& operator=(const ScriptedMeter&) = delete;
 
     void Answer(const Bytes& aFrame) { answers.push_back({Chunk{aFrame, 0}}); }
-    void AnswerChunks(std::vector<Chunk> aChunks) { answers.push_back(std::move(aChunks)); }
     void Silent() { answers.push_back({}); }
 
     static Kel_StatusCode Write(void* pContext, const uint8_t* pBuffer, uint32_t aSize, uint32_t,
@@ -114,10 +139,31 @@ struct ScriptedMeter
         std::this_thread::sleep_for(std::chrono::milliseconds(std::min<uint32_t>(aTimeout, 2)));
         return Kel_Good;
     }
+};
 
-    static Kel_StatusCode Clear(void* pContext, uint32_t)
+constexpr uint32_t kClientAddress = 0x00BC614E;
+
+struct ClientTest : ::testing::Test
+{
+    ScriptedMeter meter;
+    Kel_Zentor1Phase_ClientContext client{};
+
+    void SetUp() override { Reset(); }
+    void Reset()
     {
-        ++static_cast<ScriptedMeter*>(pContext)->clears;
-        return Kel_Good;
+        meter.writes.clear();
+        meter.answers.clear();
+        meter.readStatus = Kel_Good;
+        meter.writeStatus = Kel_Good;
+        ASSERT_EQ(Kel_Zentor1Phase_Client_CreateContext(&client, &meter.channel, kClientAddress, 100, 2, 20,
+                                                        9600, 0, 8, 1, 0),
+                  Kel_Good);
     }
+    // The meter answers the next request with this payload (echoed command code first).
+    void Answer(const Bytes& aPayload) { meter.Answer(MakeFrame(kClientAddress, aPayload)); }
+    Bytes Request(size_t aIndex) const
+    {
+        return aIndex < meter.writes.size() ? meter.writes[aIndex] : Bytes{};
+    }
+    static Bytes Frame(const Bytes& aPayload) { return MakeFrame(kClientAddress, aPayload); }
 };
