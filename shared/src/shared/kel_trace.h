@@ -35,8 +35,14 @@ struct Kel_TraceScope
     const char* file;
 };
 
-// "--> %s::%s (0x%08X)\n", level 4.
-void Kel_Trace_Enter(const Kel_TraceScope& aScope);
+// "--> %s::%s (0x%08X)\n", level 4. The level and module test is inline: with a constant module
+// the compiler reduces it to the level test, and a dropped line costs no call.
+void Kel_Trace_EnterLine(const Kel_TraceScope& aScope);
+inline void Kel_Trace_Enter(const Kel_TraceScope& aScope)
+{
+    if (Kel_P_Trace_IsEnabled(aScope.module, KEL_TRACE_LEVEL_FLOW))
+        Kel_Trace_EnterLine(aScope);
+}
 // "<-- ReturnError: Arg %s is NULL!\n", level 1; returns Kel_BadInvalidArgument.
 Kel_StatusCode Kel_Trace_RejectNull(const Kel_TraceScope& aScope, int32_t aLine, const char* pName);
 // "<-- ReturnError: Argument %s is 0!\n", level 1; returns Kel_BadInvalidArgument.
@@ -58,8 +64,15 @@ void Kel_Trace_GotoNull(const Kel_TraceScope& aScope, int32_t aLine, const char*
 // "<-- Return: %s is true! Return 0x%08X\n", level 2; returns aStatus with the detail word cleared.
 Kel_StatusCode Kel_Trace_ReturnEarly(const Kel_TraceScope& aScope, int32_t aLine, const char* pExpression,
                                      Kel_StatusCode aStatus);
+// "<-- \"%s\" = 0x%08X (%s).\n" at the given level.
+void Kel_Trace_ExitLine(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Kel_StatusCode aStatus);
 // Success exit: "<-- \"%s\" = 0x%08X (%s).\n" at level 4; returns aStatus & 0xFFFF0000.
-Kel_StatusCode Kel_Trace_ExitGood(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus);
+inline Kel_StatusCode Kel_Trace_ExitGood(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus)
+{
+    if (Kel_P_Trace_IsEnabled(aScope.module, KEL_TRACE_LEVEL_FLOW))
+        Kel_Trace_ExitLine(aScope, aLine, KEL_TRACE_LEVEL_FLOW, aStatus);
+    return aStatus & 0xFFFF0000u;
+}
 // Failure exit: the same line at level 1; returns aStatus unchanged.
 Kel_StatusCode Kel_Trace_ExitBad(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus);
 // Failure exit with the C library's text of the current error number:
@@ -72,10 +85,20 @@ Kel_StatusCode Kel_Trace_ExitBadError(const Kel_TraceScope& aScope, int32_t aLin
     Kel_Trace_Enter(kelScope)
 #define KEL_ENTER(aModule) KEL_ENTER_AS(aModule, __func__)
 
-// Free-form lines of the current function's module (progress messages, dumps).
-#define KEL_TRACE(aLevel, ...) Kel_P_Trace_Imp(kelScope.module, (aLevel), KEL_NULL, 0, kelScope.file, __LINE__, __VA_ARGS__)
+// Free-form lines of the current function's module (progress messages, dumps). A line that the level
+// or the module filter drops is not formatted, and its arguments are not evaluated.
+#define KEL_TRACE(aLevel, ...)                                                                               \
+    do                                                                                                       \
+    {                                                                                                        \
+        if (Kel_P_Trace_IsEnabled(kelScope.module, (aLevel)))                                                \
+            Kel_P_Trace_Imp(kelScope.module, (aLevel), KEL_NULL, 0, kelScope.file, __LINE__, __VA_ARGS__);   \
+    } while (0)
 #define KEL_TRACE_DUMP(aLevel, pData, aSize, ...)                                                            \
-    Kel_P_Trace_Imp(kelScope.module, (aLevel), (pData), (aSize), kelScope.file, __LINE__, __VA_ARGS__)
+    do                                                                                                       \
+    {                                                                                                        \
+        if (Kel_P_Trace_IsEnabled(kelScope.module, (aLevel)))                                                \
+            Kel_P_Trace_Imp(kelScope.module, (aLevel), (pData), (aSize), kelScope.file, __LINE__, __VA_ARGS__); \
+    } while (0)
 
 #define KEL_REJECT_NULL(p)                                                                                   \
     do                                                                                                       \
