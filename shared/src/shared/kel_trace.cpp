@@ -45,7 +45,7 @@ namespace
 // the level and the module filter let it through.
 void Write(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Kel_P_TraceLine& rLine)
 {
-    Kel_P_Trace_Write(aScope.module, aLevel, KEL_NULL, 0, aScope.file, aLine, rLine);
+    Kel_P_Trace_Write(aLevel, KEL_NULL, 0, aScope.file, aLine, rLine);
 }
 
 template <typename Build> void Line(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Build aBuild)
@@ -57,11 +57,39 @@ template <typename Build> void Line(const Kel_TraceScope& aScope, int32_t aLine,
     Write(aScope, aLine, aLevel, line);
 }
 
+void AppendFunction(Kel_P_TraceLine& rLine, const Kel_TraceScope& aScope)
+{
+    if (aScope.functionLength != 0)
+        rLine.Append(aScope.function, aScope.functionLength);
+    else
+        rLine.Append(aScope.function);
+}
+
+// The module names of the flow modules, copied with their lengths known; the rest by their text.
+void AppendModuleName(Kel_P_TraceLine& rLine, uint32_t aModule)
+{
+    switch (aModule)
+    {
+        case Kel_Module_Serial:
+            rLine.Literal("Kel_Module_Serial");
+            break;
+        case Kel_Module_SerialChannel:
+            rLine.Literal("Kel_Module_SerialChannel");
+            break;
+        case Kel_Module_ZentorProtocolClient:
+            rLine.Literal("Kel_Module_ZentorProtocolClient");
+            break;
+        default:
+            rLine.Append(Kel_Trace_ModuleName(aModule));
+            break;
+    }
+}
+
 // "<-- \"%s\" = 0x%08X (%s)" of the exits, without the rest of the line.
 void AppendExit(Kel_P_TraceLine& rLine, const Kel_TraceScope& aScope, Kel_StatusCode aStatus)
 {
     rLine.Literal("<-- \"");
-    rLine.Append(aScope.function);
+    AppendFunction(rLine, aScope);
     rLine.Literal("\" = 0x");
     rLine.Hex8(aStatus);
     if (Kel_IsTracedGood(aStatus))
@@ -85,9 +113,9 @@ void Kel_Trace_EnterLine(const Kel_TraceScope& aScope)
 {
     Kel_P_TraceLine line;
     line.Literal("--> ");
-    line.Append(Kel_Trace_ModuleName(aScope.module));
+    AppendModuleName(line, aScope.module);
     line.Literal("::");
-    line.Append(aScope.function);
+    AppendFunction(line, aScope);
     line.Literal(" (0x");
     line.Hex8(aScope.module);
     line.Literal(")\n");

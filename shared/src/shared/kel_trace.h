@@ -33,7 +33,15 @@ struct Kel_TraceScope
     uint32_t module;
     const char* function;
     const char* file;
+    // Length of the function's name when the scope was made from a literal or __func__; 0: not known.
+    uint32_t functionLength = 0;
 };
+
+// Length of a name given as a literal or as __func__ (an array: a pointer does not compile here).
+template <size_t N> constexpr uint32_t Kel_Trace_NameLength(const char (&)[N])
+{
+    return static_cast<uint32_t>(N - 1);
+}
 
 // "--> %s::%s (0x%08X)\n", level 4. The level and module test is inline: with a constant module
 // the compiler reduces it to the level test, and a dropped line costs no call.
@@ -81,7 +89,7 @@ Kel_StatusCode Kel_Trace_ExitBadError(const Kel_TraceScope& aScope, int32_t aLin
                                       const char* pErrorText);
 
 #define KEL_ENTER_AS(aModule, aName)                                                                         \
-    const Kel_TraceScope kelScope{(aModule), (aName), KEL_TRACE_FILE};                                         \
+    const Kel_TraceScope kelScope{(aModule), (aName), KEL_TRACE_FILE, Kel_Trace_NameLength(aName)};            \
     Kel_Trace_Enter(kelScope)
 #define KEL_ENTER(aModule) KEL_ENTER_AS(aModule, __func__)
 

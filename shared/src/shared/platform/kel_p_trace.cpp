@@ -42,10 +42,12 @@ uint32_t log_added = 0;
 uint32_t log_flash = 0;
 std::atomic<uint32_t> thread_terminated{0};
 
-// "00 " to "FF ": the dump's three characters of every byte value.
+// "00 " to "FF ": the dump's three characters of every byte value, each padded to four so that a
+// byte is copied in one move (the fourth character is overwritten by the next byte or lies past the
+// line's end, inside the buffer's terminator place).
 struct DumpTable
 {
-    char text[256][3];
+    char text[256][4];
 };
 constexpr DumpTable MakeDumpTable()
 {
@@ -67,7 +69,7 @@ void AppendBytes(Kel_P_TraceLine& rLine, const uint8_t* pBytes, uint32_t aCount)
     const uint32_t whole = aCount < room ? aCount : static_cast<uint32_t>(room);
     char* out = rLine.text + rLine.length;
     for (uint32_t i = 0; i < whole; ++i, out += 3)
-        memcpy(out, kDump.text[pBytes[i]], 3);
+        memcpy(out, kDump.text[pBytes[i]], 4);
     rLine.length += 3 * static_cast<size_t>(whole);
     if (whole < aCount)
         rLine.Append(kDump.text[pBytes[whole]], 3);
@@ -172,6 +174,17 @@ void Format(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
     va_end(original);
 }
 
+// The trace files are used only under log_mutex, so the stream's own lock is not needed where the C
+// library offers a write without it.
+void WriteUnlocked(const char* pText, size_t aLength, FILE* pFile)
+{
+#if defined(__GLIBC__)
+    fwrite_unlocked(pText, 1, aLength, pFile);
+#else
+    fwrite(pText, 1, aLength, pFile);
+#endif
+}
+
 void CloseFile(TraceFile& rFile)
 {
     if (rFile.file != KEL_NULL)
@@ -205,7 +218,7 @@ void WriteToFile(TraceFile& rFile, const char* pLine, size_t aLength)
 {
     if (rFile.file == KEL_NULL)
         return;
-    fwrite(pLine, 1, aLength, rFile.file);
+    WriteUnlocked(pLine, aLength, rFile.file);
     rFile.written += static_cast<long>(aLength);
     const long limit = log_size / 2;
     if (rFile.position + 2 * rFile.written < limit)
@@ -323,6 +336,7 @@ template <typename Change> Kel_StatusCode UnderLock(const Kel_TraceScope& aScope
 
 std::atomic<uint32_t> global_Trace_Level{0};
 
+
 void Kel_P_TraceLine::Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase, bool aUpper, uint32_t aWidth,
                              bool aZero)
 {
@@ -347,11 +361,9 @@ void Kel_P_TraceLine::Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase
     Append(first, static_cast<size_t>(end - first));
 }
 
-Kel_StatusCode Kel_P_Trace_Write(uint32_t aModule, uint32_t aLevel, const void* pData, uint32_t aDataSize,
-                                 const char* pFile, int32_t aLine, Kel_P_TraceLine& rLine)
+Kel_StatusCode Kel_P_Trace_Write(uint32_t aLevel, const void* pData, uint32_t aDataSize, const char* pFile,
+                                 int32_t aLine, Kel_P_TraceLine& rLine)
 {
-    if (!Kel_P_Trace_IsEnabled(aModule, aLevel))
-        return Kel_Good;
     if (pData != KEL_NULL && aDataSize > 0)
         AppendDump(rLine, static_cast<const uint8_t*>(pData), aDataSize);
     if (aLevel <= KEL_TRACE_LEVEL_NOTICE)
@@ -393,7 +405,7 @@ Kel_StatusCode Kel_P_Trace_Imp(uint32_t aModule, uint32_t aLevel, const void* pD
         Format(line, pFormat, arguments);
         va_end(arguments);
     }
-    return Kel_P_Trace_Write(aModule, aLevel, pData, aDataSize, pFile, aLine, line);
+    return Kel_P_Trace_Write(aLevel, pData, aDataSize, pFile, aLine, line);
 }
 
 Kel_StatusCode Kel_P_Trace_Initialize(uint32_t aLevel)

@@ -52,6 +52,24 @@ inline bool Kel_P_Trace_IsEnabled(uint32_t aModule, uint32_t aLevel)
     return level != 0 && aLevel <= level && Kel_P_Trace_ModulePasses(aModule, aLevel);
 }
 
+// "000102...FEFF": the two upper-case hex digits of every byte value.
+struct Kel_P_TraceHexTable
+{
+    char text[512];
+};
+constexpr Kel_P_TraceHexTable Kel_P_TraceMakeHexTable()
+{
+    constexpr char digits[] = "0123456789ABCDEF";
+    Kel_P_TraceHexTable table{};
+    for (int value = 0; value < 256; ++value)
+    {
+        table.text[2 * value] = digits[value >> 4];
+        table.text[2 * value + 1] = digits[value & 15];
+    }
+    return table;
+}
+inline constexpr Kel_P_TraceHexTable Kel_P_TraceHexPairs = Kel_P_TraceMakeHexTable();
+
 // The text of one trace line before its dump and File/Line part, built on the caller's stack. Every
 // append stops at the line's size of 1024 characters, so the line is cut there as a whole.
 struct Kel_P_TraceLine
@@ -82,12 +100,12 @@ struct Kel_P_TraceLine
         if (length < limit)
             text[length++] = aCharacter;
     }
-    // "%08X".
+    // "%08X", two digits per step from a table of the 256 byte values.
     void Hex8(uint32_t aValue)
     {
         char digits[8];
-        for (int i = 0; i < 8; ++i)
-            digits[i] = "0123456789ABCDEF"[(aValue >> (28 - 4 * i)) & 15];
+        for (int i = 0; i < 4; ++i)
+            memcpy(digits + 2 * i, Kel_P_TraceHexPairs.text + 2 * ((aValue >> (24 - 8 * i)) & 0xFF), 2);
         if (limit - length >= sizeof(digits))
         {
             memcpy(text + length, digits, sizeof(digits));
@@ -111,11 +129,11 @@ struct Kel_P_TraceLine
     size_t limit = Size;
 };
 
-// Writes a line built by the caller: appends the dump of pData (when not null and aDataSize > 0),
-// ", File=%s, Line=%d" for levels 1 and 2 and the line end, and hands it to the sinks. Drops it as
-// Kel_P_Trace_Imp does. Always returns Kel_Good.
-Kel_StatusCode Kel_P_Trace_Write(uint32_t aModule, uint32_t aLevel, const void* pData, uint32_t aDataSize,
-                                 const char* pFile, int32_t aLine, Kel_P_TraceLine& rLine);
+// Writes a line built by the caller, who has found Kel_P_Trace_IsEnabled true for it: appends the dump
+// of pData (when not null and aDataSize > 0), ", File=%s, Line=%d" for levels 1 and 2 and the line
+// end, and hands it to the sinks. Always returns Kel_Good.
+Kel_StatusCode Kel_P_Trace_Write(uint32_t aLevel, const void* pData, uint32_t aDataSize, const char* pFile,
+                                 int32_t aLine, Kel_P_TraceLine& rLine);
 
 Kel_StatusCode Kel_P_Trace_Initialize(uint32_t aLevel);
 Kel_StatusCode Kel_P_Trace_Finalize();
