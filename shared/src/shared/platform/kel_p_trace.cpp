@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace
@@ -29,6 +30,10 @@ struct TraceFile
     char nameOld[KEL_TRACE_PATH_SIZE + 4];
     // The stream's buffer: a stream given its own buffer allocates none when it is opened again.
     char buffer[BUFSIZ];
+    // While the flush thread runs, lines gather here and reach the stream in one write: when this is
+    // full, before the position is asked, at every flush, close and Finalize, and at the process's exit.
+    char pending[4096];
+    size_t pendingLength;
 };
 
 // Process-wide state; everything but the level is guarded by log_mutex. The line itself is built on
@@ -185,8 +190,36 @@ void WriteUnlocked(const char* pText, size_t aLength, FILE* pFile)
 #endif
 }
 
+void Drain(TraceFile& rFile)
+{
+    if (rFile.pendingLength == 0)
+        return;
+    if (rFile.file != KEL_NULL)
+        WriteUnlocked(rFile.pending, rFile.pendingLength, rFile.file);
+    rFile.pendingLength = 0;
+}
+
+void DrainBoth()
+{
+    Drain(log_file);
+    Drain(log_file_errors);
+}
+
+// Lines gathered while the flush thread still runs are handed to the streams before the C library
+// writes the streams out at the exit.
+void DrainAtExit()
+{
+    Kel_P_Mutex_Context mutex{};
+    const bool locked = Kel_IsGood(Kel_P_Mutex_CreateImp(&mutex)) && Kel_IsGood(Kel_P_Mutex_LockImp(&mutex));
+    DrainBoth();
+    if (locked)
+        Kel_P_Mutex_UnlockImp(&mutex);
+    Kel_P_Mutex_DeleteImp(&mutex);
+}
+
 void CloseFile(TraceFile& rFile)
 {
+    Drain(rFile);
     if (rFile.file != KEL_NULL)
     {
         fclose(rFile.file);
@@ -218,11 +251,26 @@ void WriteToFile(TraceFile& rFile, const char* pLine, size_t aLength)
 {
     if (rFile.file == KEL_NULL)
         return;
-    WriteUnlocked(pLine, aLength, rFile.file);
+    // Without the flush thread (before the first file enable, after the first Finalize) a line goes to
+    // the stream at once, as the C library's exit and buffer are then all that write it out.
+    if (log_flash == 1 && thread_terminated.load(std::memory_order_relaxed) == 0 &&
+        aLength <= sizeof(rFile.pending))
+    {
+        if (rFile.pendingLength + aLength > sizeof(rFile.pending))
+            Drain(rFile);
+        memcpy(rFile.pending + rFile.pendingLength, pLine, aLength);
+        rFile.pendingLength += aLength;
+    }
+    else
+    {
+        Drain(rFile);
+        WriteUnlocked(pLine, aLength, rFile.file);
+    }
     rFile.written += static_cast<long>(aLength);
     const long limit = log_size / 2;
     if (rFile.position + 2 * rFile.written < limit)
         return;
+    Drain(rFile);
     rFile.position = ftell(rFile.file);
     rFile.written = 0;
     if (rFile.position < limit)
@@ -277,6 +325,7 @@ void FlushThread(void*)
             break;
         if (log_added == 1)
         {
+            DrainBoth();
             if (log_file.file != KEL_NULL)
                 fflush(log_file.file);
             if (log_file_errors.file != KEL_NULL)
@@ -304,7 +353,10 @@ void OpenFile(TraceFile& rFile, const char* pFileName)
     if (log_flash == 0)
     {
         if (Kel_P_Thread_Start(FlushThread, KEL_NULL))
+        {
             log_flash = 1;
+            atexit(DrainAtExit);
+        }
         else
             perror("enable_log_file, CreateThread");
     }
@@ -421,6 +473,12 @@ Kel_StatusCode Kel_P_Trace_Finalize()
 {
     global_Trace_Level.store(0);
     thread_terminated.store(1);
+    // No line gathers any more: hand over what waits.
+    if (Kel_IsGood(Kel_P_Mutex_LockImp(&log_mutex)))
+    {
+        DrainBoth();
+        Kel_P_Mutex_UnlockImp(&log_mutex);
+    }
     Kel_P_Mutex_DeleteImp(&log_mutex);
     return Kel_Good;
 }

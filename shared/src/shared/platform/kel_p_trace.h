@@ -48,8 +48,10 @@ constexpr bool Kel_P_Trace_ModulePasses(uint32_t aModule, uint32_t aLevel)
 // any argument, and the trace call tests it again itself.
 inline bool Kel_P_Trace_IsEnabled(uint32_t aModule, uint32_t aLevel)
 {
+    if (!Kel_P_Trace_ModulePasses(aModule, aLevel))
+        return false;
     const uint32_t level = global_Trace_Level.load(std::memory_order_relaxed);
-    return level != 0 && aLevel <= level && Kel_P_Trace_ModulePasses(aModule, aLevel);
+    return level != 0 && aLevel <= level;
 }
 
 // "000102...FEFF": the two upper-case hex digits of every byte value.
