@@ -48,7 +48,8 @@ void Write(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Kel_P_T
     Kel_P_Trace_Write(aLevel, KEL_NULL, 0, aScope.file, aLine, rLine);
 }
 
-template <typename Build> void Line(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Build aBuild)
+template <typename Build>
+void Line(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Build aBuild)
 {
     if (!Kel_P_Trace_IsEnabled(aScope.module, aLevel))
         return;

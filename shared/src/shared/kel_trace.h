@@ -89,7 +89,7 @@ Kel_StatusCode Kel_Trace_ExitBadError(const Kel_TraceScope& aScope, int32_t aLin
                                       const char* pErrorText);
 
 #define KEL_ENTER_AS(aModule, aName)                                                                         \
-    const Kel_TraceScope kelScope{(aModule), (aName), KEL_TRACE_FILE, Kel_Trace_NameLength(aName)};            \
+    const Kel_TraceScope kelScope{(aModule), (aName), KEL_TRACE_FILE, Kel_Trace_NameLength(aName)};          \
     Kel_Trace_Enter(kelScope)
 #define KEL_ENTER(aModule) KEL_ENTER_AS(aModule, __func__)
 
@@ -105,7 +105,8 @@ Kel_StatusCode Kel_Trace_ExitBadError(const Kel_TraceScope& aScope, int32_t aLin
     do                                                                                                       \
     {                                                                                                        \
         if (Kel_P_Trace_IsEnabled(kelScope.module, (aLevel)))                                                \
-            Kel_P_Trace_Imp(kelScope.module, (aLevel), (pData), (aSize), kelScope.file, __LINE__, __VA_ARGS__); \
+            Kel_P_Trace_Imp(kelScope.module, (aLevel), (pData), (aSize), kelScope.file, __LINE__,            \
+                            __VA_ARGS__);                                                                    \
     } while (0)
 
 #define KEL_REJECT_NULL(p)                                                                                   \

@@ -100,9 +100,10 @@ void AppendDump(Kel_P_TraceLine& rLine, const uint8_t* pBytes, uint32_t aSize)
 void FormatByLibrary(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
 {
     const int written = vsnprintf(rLine.text, KEL_TRACE_LINE_SIZE + 1, pFormat, aArguments);
-    rLine.length = written > 0 ? (static_cast<size_t>(written) > KEL_TRACE_LINE_SIZE ? KEL_TRACE_LINE_SIZE
-                                                                                      : static_cast<size_t>(written))
-                               : 0;
+    rLine.length = written > 0
+                       ? (static_cast<size_t>(written) > KEL_TRACE_LINE_SIZE ? KEL_TRACE_LINE_SIZE
+                                                                             : static_cast<size_t>(written))
+                       : 0;
     // A %c of 0 ends the text early: what follows it was never written to a sink.
     const size_t visible = strlen(rLine.text);
     if (visible < rLine.length)
@@ -138,8 +139,8 @@ void Format(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
             width = width * 10 + static_cast<uint32_t>(*cursor++ - '0');
         const char conversion = *cursor++;
         if (width >= 100 || (zero && conversion == 's') ||
-            (conversion != 'd' && conversion != 'i' && conversion != 'u' && conversion != 'x' && conversion != 'X' &&
-             conversion != 's' && conversion != '%'))
+            (conversion != 'd' && conversion != 'i' && conversion != 'u' && conversion != 'x' &&
+             conversion != 'X' && conversion != 's' && conversion != '%'))
         {
             rLine.length = 0;
             FormatByLibrary(rLine, pFormat, original);
@@ -169,12 +170,12 @@ void Format(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
         {
             const int value = va_arg(aArguments, int);
             const bool negative = value < 0;
-            rLine.Number(negative ? 0u - static_cast<uint32_t>(value) : static_cast<uint32_t>(value), negative, 10,
-                         false, width, zero);
+            rLine.Number(negative ? 0u - static_cast<uint32_t>(value) : static_cast<uint32_t>(value),
+                         negative, 10, false, width, zero);
         }
         else
-            rLine.Number(va_arg(aArguments, unsigned int), false, conversion == 'u' ? 10 : 16, conversion == 'X',
-                         width, zero);
+            rLine.Number(va_arg(aArguments, unsigned int), false, conversion == 'u' ? 10 : 16,
+                         conversion == 'X', width, zero);
     }
     va_end(original);
 }
@@ -388,9 +389,8 @@ template <typename Change> Kel_StatusCode UnderLock(const Kel_TraceScope& aScope
 
 std::atomic<uint32_t> global_Trace_Level{0};
 
-
-void Kel_P_TraceLine::Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase, bool aUpper, uint32_t aWidth,
-                             bool aZero)
+void Kel_P_TraceLine::Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase, bool aUpper,
+                             uint32_t aWidth, bool aZero)
 {
     const char* digits = aUpper ? "0123456789ABCDEF" : "0123456789abcdef";
     char buffer[16];

@@ -117,7 +117,8 @@ struct Kel_P_TraceLine
             Append(digits, sizeof(digits));
     }
     // "%d", "%u", "%x", "%X" with a minimum width, padded with '0' or ' ' in front.
-    void Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase, bool aUpper, uint32_t aWidth, bool aZero);
+    void Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase, bool aUpper, uint32_t aWidth,
+                bool aZero);
     void Decimal(int32_t aValue)
     {
         const bool negative = aValue < 0;
