@@ -11,6 +11,7 @@ switched off, and how the trace's share divides:
 usage: callgrind_split.py PROFILE_LEVEL4 PROFILE_OFF CALLS [PATH]
 PATH names the path in the first line ("serial", "tcp").
 """
+import os
 import re
 import subprocess
 import sys
@@ -20,7 +21,10 @@ def annotate(path, inclusive):
     """Ir by function name (arguments dropped) from callgrind_annotate."""
     out = subprocess.run(["callgrind_annotate", f"--inclusive={'yes' if inclusive else 'no'}",
                           "--threshold=100", "--auto=no", path],
-                         check=True, capture_output=True, text=True).stdout
+                         check=True, capture_output=True, text=True,
+                         # Away from the source tree, where the annotator would list a function's
+                         # relative and absolute source paths as two entries.
+                         cwd=os.path.dirname(os.path.abspath(path))).stdout
     costs = {}
     total = None
     for line in out.splitlines():
@@ -37,8 +41,9 @@ def annotate(path, inclusive):
         name = what.split(":", 1)[1] if ":" in what else what
         name = re.sub(r"\s*\[.*\]$", "", name)
         name = name.split("(", 1)[0]
-        # A function may be listed under more than one path of its file: take it once.
-        costs.setdefault(name, cost)
+        # A function is listed once per source its code comes from (its own file, the headers inlined
+        # into it): its own file's entry, the largest, is its inclusive cost.
+        costs[name] = max(costs.get(name, 0), cost)
     return total, costs
 
 
