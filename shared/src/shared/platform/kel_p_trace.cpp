@@ -100,10 +100,13 @@ void AppendDump(Kel_P_TraceLine& rLine, const uint8_t* pBytes, uint32_t aSize)
 void FormatByLibrary(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
 {
     const int written = vsnprintf(rLine.text, KEL_TRACE_LINE_SIZE + 1, pFormat, aArguments);
-    rLine.length = written > 0
-                       ? (static_cast<size_t>(written) > KEL_TRACE_LINE_SIZE ? KEL_TRACE_LINE_SIZE
-                                                                             : static_cast<size_t>(written))
-                       : 0;
+    if (written <= 0)
+    {
+        rLine.length = 0;
+        return;
+    }
+    rLine.length = static_cast<size_t>(written) > KEL_TRACE_LINE_SIZE ? KEL_TRACE_LINE_SIZE
+                                                                      : static_cast<size_t>(written);
     // A %c of 0 ends the text early: what follows it was never written to a sink.
     const size_t visible = strlen(rLine.text);
     if (visible < rLine.length)
