@@ -4,7 +4,8 @@
 #   1. time per exchange over a pseudo-terminal paced at 9600, 19200 and 115200 baud (and 9600 8E1),
 #   2. the same over TCP,
 #   3. a full read-out of the meter, paced at 9600 and 115200 baud and over TCP,
-#   4. instructions per exchange under callgrind, split into trace formatting and the rest,
+#   4. instructions per exchange under callgrind at trace level 4 and with the trace off, one line
+#      "instructions per exchange (trace level 4, serial|tcp): N" per path,
 #   5. heap allocations of the host thread per call of every read export.
 # Environment: BENCH_COUNT (calls per timed figure, default 200), BENCH_RUNS (read-outs, default 3),
 # BENCH_TURNAROUND (the simulated meter's turnaround in ms, default 5), BENCH_RT (0: no real-time
@@ -77,8 +78,9 @@ if wants instructions; then
             mv "$out/cg.out-01" "$out/profile${trace}"
             rm -f "$out"/cg.out*
         done
-        echo "${path:---pty}:"
-        python3 bench/callgrind_split.py "$out/profile" "$out/profile--trace-off" "$calls"
+        name=serial
+        [ "$path" = "--tcp" ] && name=tcp
+        python3 bench/callgrind_split.py "$out/profile" "$out/profile--trace-off" "$calls" "$name"
     done
     rm -rf "$out"
 fi

@@ -33,10 +33,24 @@ struct Kel_TraceScope
     uint32_t module;
     const char* function;
     const char* file;
+    // Length of the function's name when the scope was made from a literal or __func__; 0: not known.
+    uint32_t functionLength = 0;
 };
 
-// "--> %s::%s (0x%08X)\n", level 4.
-void Kel_Trace_Enter(const Kel_TraceScope& aScope);
+// Length of a name given as a literal or as __func__ (an array: a pointer does not compile here).
+template <size_t N> constexpr uint32_t Kel_Trace_NameLength(const char (&)[N])
+{
+    return static_cast<uint32_t>(N - 1);
+}
+
+// "--> %s::%s (0x%08X)\n", level 4. The level and module test is inline: with a constant module
+// the compiler reduces it to the level test, and a dropped line costs no call.
+void Kel_Trace_EnterLine(const Kel_TraceScope& aScope);
+inline void Kel_Trace_Enter(const Kel_TraceScope& aScope)
+{
+    if (Kel_P_Trace_IsEnabled(aScope.module, KEL_TRACE_LEVEL_FLOW))
+        Kel_Trace_EnterLine(aScope);
+}
 // "<-- ReturnError: Arg %s is NULL!\n", level 1; returns Kel_BadInvalidArgument.
 Kel_StatusCode Kel_Trace_RejectNull(const Kel_TraceScope& aScope, int32_t aLine, const char* pName);
 // "<-- ReturnError: Argument %s is 0!\n", level 1; returns Kel_BadInvalidArgument.
@@ -58,8 +72,15 @@ void Kel_Trace_GotoNull(const Kel_TraceScope& aScope, int32_t aLine, const char*
 // "<-- Return: %s is true! Return 0x%08X\n", level 2; returns aStatus with the detail word cleared.
 Kel_StatusCode Kel_Trace_ReturnEarly(const Kel_TraceScope& aScope, int32_t aLine, const char* pExpression,
                                      Kel_StatusCode aStatus);
+// "<-- \"%s\" = 0x%08X (%s).\n" at the given level.
+void Kel_Trace_ExitLine(const Kel_TraceScope& aScope, int32_t aLine, uint32_t aLevel, Kel_StatusCode aStatus);
 // Success exit: "<-- \"%s\" = 0x%08X (%s).\n" at level 4; returns aStatus & 0xFFFF0000.
-Kel_StatusCode Kel_Trace_ExitGood(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus);
+inline Kel_StatusCode Kel_Trace_ExitGood(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus)
+{
+    if (Kel_P_Trace_IsEnabled(aScope.module, KEL_TRACE_LEVEL_FLOW))
+        Kel_Trace_ExitLine(aScope, aLine, KEL_TRACE_LEVEL_FLOW, aStatus);
+    return aStatus & 0xFFFF0000u;
+}
 // Failure exit: the same line at level 1; returns aStatus unchanged.
 Kel_StatusCode Kel_Trace_ExitBad(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus);
 // Failure exit with the C library's text of the current error number:
@@ -68,14 +89,25 @@ Kel_StatusCode Kel_Trace_ExitBadError(const Kel_TraceScope& aScope, int32_t aLin
                                       const char* pErrorText);
 
 #define KEL_ENTER_AS(aModule, aName)                                                                         \
-    const Kel_TraceScope kelScope{(aModule), (aName), KEL_TRACE_FILE};                                         \
+    const Kel_TraceScope kelScope{(aModule), (aName), KEL_TRACE_FILE, Kel_Trace_NameLength(aName)};          \
     Kel_Trace_Enter(kelScope)
 #define KEL_ENTER(aModule) KEL_ENTER_AS(aModule, __func__)
 
-// Free-form lines of the current function's module (progress messages, dumps).
-#define KEL_TRACE(aLevel, ...) Kel_P_Trace_Imp(kelScope.module, (aLevel), KEL_NULL, 0, kelScope.file, __LINE__, __VA_ARGS__)
+// Free-form lines of the current function's module (progress messages, dumps). A line that the level
+// or the module filter drops is not formatted, and its arguments are not evaluated.
+#define KEL_TRACE(aLevel, ...)                                                                               \
+    do                                                                                                       \
+    {                                                                                                        \
+        if (Kel_P_Trace_IsEnabled(kelScope.module, (aLevel)))                                                \
+            Kel_P_Trace_Imp(kelScope.module, (aLevel), KEL_NULL, 0, kelScope.file, __LINE__, __VA_ARGS__);   \
+    } while (0)
 #define KEL_TRACE_DUMP(aLevel, pData, aSize, ...)                                                            \
-    Kel_P_Trace_Imp(kelScope.module, (aLevel), (pData), (aSize), kelScope.file, __LINE__, __VA_ARGS__)
+    do                                                                                                       \
+    {                                                                                                        \
+        if (Kel_P_Trace_IsEnabled(kelScope.module, (aLevel)))                                                \
+            Kel_P_Trace_Imp(kelScope.module, (aLevel), (pData), (aSize), kelScope.file, __LINE__,            \
+                            __VA_ARGS__);                                                                    \
+    } while (0)
 
 #define KEL_REJECT_NULL(p)                                                                                   \
     do                                                                                                       \

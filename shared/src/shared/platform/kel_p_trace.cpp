@@ -10,11 +10,12 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace
 {
-constexpr size_t KEL_TRACE_LINE_SIZE = 1024;
+constexpr size_t KEL_TRACE_LINE_SIZE = Kel_P_TraceLine::Size;
 constexpr size_t KEL_TRACE_PATH_SIZE = 256;
 constexpr uint32_t KEL_TRACE_DUMP_ALL_LIMIT = 100;
 constexpr uint32_t KEL_TRACE_DUMP_EDGE = 50;
@@ -22,16 +23,22 @@ constexpr uint32_t KEL_TRACE_DUMP_EDGE = 50;
 struct TraceFile
 {
     FILE* file;
+    // The file's position when it was last asked (ftell) and the bytes handed to the stream since.
+    long position;
+    long written;
     char name[KEL_TRACE_PATH_SIZE];
     char nameOld[KEL_TRACE_PATH_SIZE + 4];
     // The stream's buffer: a stream given its own buffer allocates none when it is opened again.
     char buffer[BUFSIZ];
+    // While the flush thread runs, lines gather here and reach the stream in one write: when this is
+    // full, before the position is asked, at every flush, close and Finalize, and at the process's exit.
+    char pending[4096];
+    size_t pendingLength;
 };
 
-// Process-wide state; everything but the level is guarded by log_mutex.
-std::atomic<uint32_t> global_Trace_Level{0};
+// Process-wide state; everything but the level is guarded by log_mutex. The line itself is built on
+// the stack of the thread that traces it (Kel_P_TraceLine), so the lock covers only the writes.
 Kel_P_Mutex_Context log_mutex{};
-char log_message[KEL_TRACE_LINE_SIZE + 1];
 uint32_t log_console = 0;
 TraceFile log_file{};
 TraceFile log_file_errors{};
@@ -40,45 +47,183 @@ uint32_t log_added = 0;
 uint32_t log_flash = 0;
 std::atomic<uint32_t> thread_terminated{0};
 
-// Modules whose every message is dropped, and those whose messages are dropped unless level 1.
-bool IsModuleSilenced(uint32_t aModule)
+// "00 " to "FF ": the dump's three characters of every byte value, each padded to four so that a
+// byte is copied in one move (the fourth character is overwritten by the next byte or lies past the
+// line's end, inside the buffer's terminator place).
+struct DumpTable
 {
-    return aModule == 20 || aModule == 773 || aModule == 774 || aModule == 776;
-}
-
-bool IsModuleErrorsOnly(uint32_t aModule)
+    char text[256][4];
+};
+constexpr DumpTable MakeDumpTable()
 {
-    switch (aModule)
+    constexpr char digits[] = "0123456789ABCDEF";
+    DumpTable table{};
+    for (int value = 0; value < 256; ++value)
     {
-        // clang-format off
-        case 2: case 3: case 4: case 5: case 7: case 8: case 10: case 11: case 12: case 13: case 14:
-        case 16: case 17: case 19: case 21: case 22: case 24: case 26:
-        case 258: case 259: case 260: case 261: case 518: case 519: case 520:
-            // clang-format on
-            return true;
-        default:
-            return false;
+        table.text[value][0] = digits[value >> 4];
+        table.text[value][1] = digits[value & 15];
+        table.text[value][2] = ' ';
     }
+    return table;
+}
+constexpr DumpTable kDump = MakeDumpTable();
+
+void AppendBytes(Kel_P_TraceLine& rLine, const uint8_t* pBytes, uint32_t aCount)
+{
+    const size_t room = (rLine.limit - rLine.length) / 3;
+    const uint32_t whole = aCount < room ? aCount : static_cast<uint32_t>(room);
+    char* out = rLine.text + rLine.length;
+    for (uint32_t i = 0; i < whole; ++i, out += 3)
+        memcpy(out, kDump.text[pBytes[i]], 4);
+    rLine.length += 3 * static_cast<size_t>(whole);
+    if (whole < aCount)
+        rLine.Append(kDump.text[pBytes[whole]], 3);
 }
 
-// Appends to log_message while it is shorter than the line size, cutting at the buffer's end.
-void Append(size_t& rLength, const char* pFormat, ...)
+// "[%d] " and "%02X " per byte; above 100 bytes only the first and last 50, with "... " between.
+void AppendDump(Kel_P_TraceLine& rLine, const uint8_t* pBytes, uint32_t aSize)
 {
-    if (rLength >= KEL_TRACE_LINE_SIZE)
+    rLine.Char('[');
+    rLine.Decimal(static_cast<int32_t>(aSize));
+    rLine.Literal("] ");
+    if (aSize <= KEL_TRACE_DUMP_ALL_LIMIT)
+    {
+        AppendBytes(rLine, pBytes, aSize);
         return;
-    va_list arguments;
-    va_start(arguments, pFormat);
-    const int written =
-        vsnprintf(log_message + rLength, KEL_TRACE_LINE_SIZE + 1 - rLength, pFormat, arguments);
-    va_end(arguments);
-    if (written > 0)
-        rLength += static_cast<size_t>(written);
-    if (rLength > KEL_TRACE_LINE_SIZE)
-        rLength = KEL_TRACE_LINE_SIZE;
+    }
+    AppendBytes(rLine, pBytes, KEL_TRACE_DUMP_EDGE);
+    rLine.Literal("... ");
+    AppendBytes(rLine, pBytes + aSize - KEL_TRACE_DUMP_EDGE, KEL_TRACE_DUMP_EDGE);
+}
+
+// The whole format through the C library, for a conversion that the trace's own routines do not write.
+void FormatByLibrary(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
+{
+    const int written = vsnprintf(rLine.text, KEL_TRACE_LINE_SIZE + 1, pFormat, aArguments);
+    if (written <= 0)
+    {
+        rLine.length = 0;
+        return;
+    }
+    rLine.length = static_cast<size_t>(written) > KEL_TRACE_LINE_SIZE ? KEL_TRACE_LINE_SIZE
+                                                                      : static_cast<size_t>(written);
+    // A %c of 0 ends the text early: what follows it was never written to a sink.
+    const size_t visible = strlen(rLine.text);
+    if (visible < rLine.length)
+        rLine.length = rLine.limit = visible;
+}
+
+// Writes the format's literal runs in one step each and its conversions through the routines above;
+// any other conversion (a length modifier, precision, '-', '+', '#', ' ', %f, ...) hands the whole
+// format to the C library instead.
+void Format(Kel_P_TraceLine& rLine, const char* pFormat, va_list aArguments)
+{
+    va_list original;
+    va_copy(original, aArguments);
+    const char* cursor = pFormat;
+    for (;;)
+    {
+        const char* percent = strchr(cursor, '%');
+        if (percent == KEL_NULL)
+        {
+            rLine.Append(cursor);
+            break;
+        }
+        rLine.Append(cursor, static_cast<size_t>(percent - cursor));
+        cursor = percent + 1;
+        bool zero = false;
+        if (*cursor == '0')
+        {
+            zero = true;
+            ++cursor;
+        }
+        uint32_t width = 0;
+        while (*cursor >= '0' && *cursor <= '9' && width < 100)
+            width = width * 10 + static_cast<uint32_t>(*cursor++ - '0');
+        const char conversion = *cursor++;
+        if (width >= 100 || (zero && conversion == 's') ||
+            (conversion != 'd' && conversion != 'i' && conversion != 'u' && conversion != 'x' &&
+             conversion != 'X' && conversion != 's' && conversion != '%'))
+        {
+            rLine.length = 0;
+            FormatByLibrary(rLine, pFormat, original);
+            break;
+        }
+        if (conversion == '%')
+        {
+            if (zero || width != 0)
+            {
+                rLine.length = 0;
+                FormatByLibrary(rLine, pFormat, original);
+                break;
+            }
+            rLine.Char('%');
+        }
+        else if (conversion == 's')
+        {
+            const char* text = va_arg(aArguments, const char*);
+            if (text == KEL_NULL)
+                text = "(null)";
+            const size_t length = strlen(text);
+            for (size_t pad = length; pad < width; ++pad)
+                rLine.Char(' ');
+            rLine.Append(text, length);
+        }
+        else if (conversion == 'd' || conversion == 'i')
+        {
+            const int value = va_arg(aArguments, int);
+            const bool negative = value < 0;
+            rLine.Number(negative ? 0u - static_cast<uint32_t>(value) : static_cast<uint32_t>(value),
+                         negative, 10, false, width, zero);
+        }
+        else
+            rLine.Number(va_arg(aArguments, unsigned int), false, conversion == 'u' ? 10 : 16,
+                         conversion == 'X', width, zero);
+    }
+    va_end(original);
+}
+
+// The trace files are used only under log_mutex, so the stream's own lock is not needed where the C
+// library offers a write without it.
+void WriteUnlocked(const char* pText, size_t aLength, FILE* pFile)
+{
+#if defined(__GLIBC__)
+    fwrite_unlocked(pText, 1, aLength, pFile);
+#else
+    fwrite(pText, 1, aLength, pFile);
+#endif
+}
+
+void Drain(TraceFile& rFile)
+{
+    if (rFile.pendingLength == 0)
+        return;
+    if (rFile.file != KEL_NULL)
+        WriteUnlocked(rFile.pending, rFile.pendingLength, rFile.file);
+    rFile.pendingLength = 0;
+}
+
+void DrainBoth()
+{
+    Drain(log_file);
+    Drain(log_file_errors);
+}
+
+// Lines gathered while the flush thread still runs are handed to the streams before the C library
+// writes the streams out at the exit.
+void DrainAtExit()
+{
+    Kel_P_Mutex_Context mutex{};
+    const bool locked = Kel_IsGood(Kel_P_Mutex_CreateImp(&mutex)) && Kel_IsGood(Kel_P_Mutex_LockImp(&mutex));
+    DrainBoth();
+    if (locked)
+        Kel_P_Mutex_UnlockImp(&mutex);
+    Kel_P_Mutex_DeleteImp(&mutex);
 }
 
 void CloseFile(TraceFile& rFile)
 {
+    Drain(rFile);
     if (rFile.file != KEL_NULL)
     {
         fclose(rFile.file);
@@ -86,23 +231,53 @@ void CloseFile(TraceFile& rFile)
     }
 }
 
+// Gives a newly opened stream its own buffer and takes its position (the size it was opened with).
 void UseOwnBuffer(TraceFile& rFile)
 {
-    if (rFile.file != KEL_NULL)
-        setvbuf(rFile.file, rFile.buffer, _IOFBF, sizeof(rFile.buffer));
+    rFile.position = 0;
+    rFile.written = 0;
+    if (rFile.file == KEL_NULL)
+        return;
+    setvbuf(rFile.file, rFile.buffer, _IOFBF, sizeof(rFile.buffer));
+    fseek(rFile.file, 0, SEEK_END);
+    rFile.position = ftell(rFile.file);
 }
 
-// Appends the line; when the file reaches half the size limit it becomes the old generation and a
-// new current file is opened. A failed rename leaves the sink closed until it is enabled again.
+// Appends the whole line to a file; when the file reaches half the size limit it becomes the old
+// generation and a new current file is opened. The file's position is asked (ftell) only when the
+// bytes written since the last answer could have brought it to the limit: a byte handed to a stream
+// puts at most two on the disk (a line end in a text-mode stream).
 // Where the system renames an open file (POSIX), the open stream is renamed and then reopened on the
 // current name in place (freopen), so that the rotation allocates nothing on the caller's exchange;
-// elsewhere (Windows) the file is closed first and opened anew.
-void WriteToFile(TraceFile& rFile, const char* pLine)
+// elsewhere (Windows) the file is closed first and opened anew. A failed rename leaves the sink
+// closed until it is enabled again.
+void WriteToFile(TraceFile& rFile, const char* pLine, size_t aLength)
 {
     if (rFile.file == KEL_NULL)
         return;
-    fputs(pLine, rFile.file);
-    if (ftell(rFile.file) < log_size / 2)
+    // Without the flush thread (before the first file enable, after the first Finalize) a line goes to
+    // the stream at once, as the C library's exit and buffer are then all that write it out.
+    if (log_flash == 1 && thread_terminated.load(std::memory_order_relaxed) == 0 &&
+        aLength <= sizeof(rFile.pending))
+    {
+        if (rFile.pendingLength + aLength > sizeof(rFile.pending))
+            Drain(rFile);
+        memcpy(rFile.pending + rFile.pendingLength, pLine, aLength);
+        rFile.pendingLength += aLength;
+    }
+    else
+    {
+        Drain(rFile);
+        WriteUnlocked(pLine, aLength, rFile.file);
+    }
+    rFile.written += static_cast<long>(aLength);
+    const long limit = log_size / 2;
+    if (rFile.position + 2 * rFile.written < limit)
+        return;
+    Drain(rFile);
+    rFile.position = ftell(rFile.file);
+    rFile.written = 0;
+    if (rFile.position < limit)
         return;
     fflush(rFile.file);
     remove(rFile.nameOld);
@@ -119,21 +294,21 @@ void WriteToFile(TraceFile& rFile, const char* pLine)
     UseOwnBuffer(rFile);
 }
 
-// The finished line is written as it is (fputs), not handed to a printf-style call a second time, so a
+// The finished line is written as it is (fwrite), not handed to a printf-style call a second time, so a
 // '%' that a message carries (a dumped string, a host text) comes out unchanged and no line is lost.
-void WriteLine(uint32_t aLevel, const char* pLine)
+void WriteLine(uint32_t aLevel, const char* pLine, size_t aLength)
 {
     if (aLevel <= KEL_TRACE_LEVEL_NOTICE)
     {
-        fputs(pLine, stdout);
-        WriteToFile(log_file, pLine);
-        WriteToFile(log_file_errors, pLine);
+        fwrite(pLine, 1, aLength, stdout);
+        WriteToFile(log_file, pLine, aLength);
+        WriteToFile(log_file_errors, pLine, aLength);
     }
     else
     {
         if (log_console == 1)
-            fputs(pLine, stdout);
-        WriteToFile(log_file, pLine);
+            fwrite(pLine, 1, aLength, stdout);
+        WriteToFile(log_file, pLine, aLength);
     }
     log_added = 1;
 }
@@ -154,6 +329,7 @@ void FlushThread(void*)
             break;
         if (log_added == 1)
         {
+            DrainBoth();
             if (log_file.file != KEL_NULL)
                 fflush(log_file.file);
             if (log_file_errors.file != KEL_NULL)
@@ -181,7 +357,10 @@ void OpenFile(TraceFile& rFile, const char* pFileName)
     if (log_flash == 0)
     {
         if (Kel_P_Thread_Start(FlushThread, KEL_NULL))
+        {
             log_flash = 1;
+            atexit(DrainAtExit);
+        }
         else
             perror("enable_log_file, CreateThread");
     }
@@ -211,23 +390,46 @@ template <typename Change> Kel_StatusCode UnderLock(const Kel_TraceScope& aScope
 }
 } // namespace
 
-bool Kel_P_Trace_IsEnabled(uint32_t aModule, uint32_t aLevel)
+std::atomic<uint32_t> global_Trace_Level{0};
+
+void Kel_P_TraceLine::Number(uint32_t aMagnitude, bool aNegative, uint32_t aBase, bool aUpper,
+                             uint32_t aWidth, bool aZero)
 {
-    const uint32_t level = global_Trace_Level.load(std::memory_order_relaxed);
-    if (level == 0 || aLevel > level)
-        return false;
-    if (IsModuleSilenced(aModule))
-        return false;
-    if (aLevel != KEL_TRACE_LEVEL_ERROR && IsModuleErrorsOnly(aModule))
-        return false;
-    return true;
+    const char* digits = aUpper ? "0123456789ABCDEF" : "0123456789abcdef";
+    char buffer[16];
+    char* end = buffer + sizeof(buffer);
+    char* first = end;
+    do
+    {
+        *--first = digits[aMagnitude % aBase];
+        aMagnitude /= aBase;
+    } while (aMagnitude != 0);
+    const uint32_t used = static_cast<uint32_t>(end - first) + (aNegative ? 1 : 0);
+    if (!aZero)
+        for (uint32_t pad = used; pad < aWidth; ++pad)
+            Char(' ');
+    if (aNegative)
+        Char('-');
+    if (aZero)
+        for (uint32_t pad = used; pad < aWidth; ++pad)
+            Char('0');
+    Append(first, static_cast<size_t>(end - first));
 }
 
-Kel_StatusCode Kel_P_Trace_Imp(uint32_t aModule, uint32_t aLevel, const void* pData, uint32_t aDataSize,
-                               const char* pFile, int32_t aLine, const char* pFormat, ...)
+Kel_StatusCode Kel_P_Trace_Write(uint32_t aLevel, const void* pData, uint32_t aDataSize, const char* pFile,
+                                 int32_t aLine, Kel_P_TraceLine& rLine)
 {
-    if (!Kel_P_Trace_IsEnabled(aModule, aLevel))
-        return Kel_Good;
+    if (pData != KEL_NULL && aDataSize > 0)
+        AppendDump(rLine, static_cast<const uint8_t*>(pData), aDataSize);
+    if (aLevel <= KEL_TRACE_LEVEL_NOTICE)
+    {
+        rLine.Literal(", File=");
+        rLine.Append(pFile != KEL_NULL ? pFile : "");
+        rLine.Literal(", Line=");
+        rLine.Decimal(aLine);
+    }
+    rLine.Char('\n');
+
     // A failing lock traces its failure through this call; that nested line is dropped rather than
     // recursing.
     thread_local bool inside = false;
@@ -239,43 +441,26 @@ Kel_StatusCode Kel_P_Trace_Imp(uint32_t aModule, uint32_t aLevel, const void* pD
         inside = false;
         return Kel_Good;
     }
+    WriteLine(aLevel, rLine.text, rLine.length);
+    Kel_P_Mutex_UnlockImp(&log_mutex);
+    inside = false;
+    return Kel_Good;
+}
 
-    size_t length = 0;
-    log_message[0] = '\0';
+Kel_StatusCode Kel_P_Trace_Imp(uint32_t aModule, uint32_t aLevel, const void* pData, uint32_t aDataSize,
+                               const char* pFile, int32_t aLine, const char* pFormat, ...)
+{
+    if (!Kel_P_Trace_IsEnabled(aModule, aLevel))
+        return Kel_Good;
+    Kel_P_TraceLine line;
     if (pFormat != KEL_NULL)
     {
         va_list arguments;
         va_start(arguments, pFormat);
-        const int written = vsnprintf(log_message, KEL_TRACE_LINE_SIZE + 1, pFormat, arguments);
+        Format(line, pFormat, arguments);
         va_end(arguments);
-        if (written > 0)
-            length = static_cast<size_t>(written) > KEL_TRACE_LINE_SIZE ? KEL_TRACE_LINE_SIZE
-                                                                        : static_cast<size_t>(written);
     }
-    if (pData != KEL_NULL && aDataSize > 0)
-    {
-        const uint8_t* bytes = static_cast<const uint8_t*>(pData);
-        Append(length, "[%d] ", static_cast<int>(aDataSize));
-        for (uint32_t i = 0; i < aDataSize && length < KEL_TRACE_LINE_SIZE; ++i)
-        {
-            if (aDataSize > KEL_TRACE_DUMP_ALL_LIMIT && i >= KEL_TRACE_DUMP_EDGE &&
-                i < aDataSize - KEL_TRACE_DUMP_EDGE)
-            {
-                if (i == KEL_TRACE_DUMP_EDGE)
-                    Append(length, "... ");
-                continue;
-            }
-            Append(length, "%02X ", bytes[i]);
-        }
-    }
-    if (aLevel <= KEL_TRACE_LEVEL_NOTICE)
-        Append(length, ", File=%s, Line=%d", pFile != KEL_NULL ? pFile : "", static_cast<int>(aLine));
-    Append(length, "\n");
-
-    WriteLine(aLevel, log_message);
-    Kel_P_Mutex_UnlockImp(&log_mutex);
-    inside = false;
-    return Kel_Good;
+    return Kel_P_Trace_Write(aLevel, pData, aDataSize, pFile, aLine, line);
 }
 
 Kel_StatusCode Kel_P_Trace_Initialize(uint32_t aLevel)
@@ -291,6 +476,12 @@ Kel_StatusCode Kel_P_Trace_Finalize()
 {
     global_Trace_Level.store(0);
     thread_terminated.store(1);
+    // No line gathers any more: hand over what waits.
+    if (Kel_IsGood(Kel_P_Mutex_LockImp(&log_mutex)))
+    {
+        DrainBoth();
+        Kel_P_Mutex_UnlockImp(&log_mutex);
+    }
     Kel_P_Mutex_DeleteImp(&log_mutex);
     return Kel_Good;
 }
