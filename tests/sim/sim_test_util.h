@@ -48,8 +48,10 @@ inline Bytes Cat(Bytes a, const Bytes& b)
 // Address (most significant byte first), payload, CRC low byte then high byte.
 inline Bytes Frame(uint32_t address, const Bytes& payload)
 {
-    Bytes frame{static_cast<uint8_t>(address >> 24), static_cast<uint8_t>(address >> 16),
-                static_cast<uint8_t>(address >> 8), static_cast<uint8_t>(address)};
+    Bytes frame;
+    frame.reserve(payload.size() + 6);
+    for (int shift = 24; shift >= 0; shift -= 8)
+        frame.push_back(static_cast<uint8_t>(address >> shift));
     frame.insert(frame.end(), payload.begin(), payload.end());
     const uint16_t crc = TestCrc(frame);
     frame.push_back(static_cast<uint8_t>(crc & 0xFF));
