@@ -31,9 +31,7 @@ TEST_P(HostTest, IdentityAndNetworkValues)
     ASSERT_TRUE(OpenSession());
     char a[64] = {}, b[64] = {}, c[64] = {};
     ASSERT_EQ(HOST_CALL(eReadVoltageCurrentPower)(0, a, b, c, err), 1);
-    EXPECT_STREQ(a, "230.1");
-    EXPECT_STREQ(b, "5.23");
-    EXPECT_STREQ(c, "1180");
+    EXPECT_EQ(host::Texts({a, b, c}), (host::Strings{"230.1", "5.23", "1180"}));
     EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadFrequency)(0, a, err), 1); }), Frame({0x81}));
     EXPECT_STREQ(a, "50.01");
     EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadCurrentPower_Q316)(0, a, err), 1); }), Frame({0x86, 0x00}));
@@ -41,15 +39,13 @@ TEST_P(HostTest, IdentityAndNetworkValues)
     ASSERT_EQ(HOST_CALL(eReadCOS_Q316)(0, a, err), 1);
     EXPECT_STREQ(a, "8985000450");
     ASSERT_EQ(HOST_CALL(eReadSoftVersion)(0, a, b, err), 1);
-    EXPECT_STREQ(a, "2.14");
-    EXPECT_STREQ(b, "00201105");
+    EXPECT_EQ(host::Texts({a, b}), (host::Strings{"2.14", "00201105"}));
     ASSERT_EQ(HOST_CALL(eReadIdentPo)(0, a, err), 1);
     EXPECT_STREQ(a, "90.60");
     ASSERT_EQ(HOST_CALL(eReadOutputDate)(0, a, err), 1);
     EXPECT_STREQ(a, "07.06.22");
     ASSERT_EQ(HOST_CALL(eReadRunningTime)(0, a, b, err), 1);
-    EXPECT_STREQ(a, "12345");
-    EXPECT_STREQ(b, "12001");
+    EXPECT_EQ(host::Texts({a, b}), (host::Strings{"12345", "12001"}));
     ASSERT_EQ(HOST_CALL(eReadVoltageLiBattery)(0, a, err), 1);
     EXPECT_STREQ(a, "3.61");
     EXPECT_TRUE(ErrUntouched());
@@ -86,24 +82,14 @@ TEST_P(HostTest, EnergiesDividedByTen)
     uint32_t r[4] = {};
     EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadStorageBattery)(0, &r[0], &r[1], &r[2], &r[3], err), 1); }),
               Frame({0x27}));
-    EXPECT_EQ(r[0], 1234567u);
-    EXPECT_EQ(r[1], 456789u);
-    EXPECT_EQ(r[2], 0u);
-    EXPECT_EQ(r[3], 0u);
+    EXPECT_EQ(host::Words(r + 0, r + 4), (host::Words{1234567, 456789, 0, 0}));
     ASSERT_EQ(HOST_CALL(eReadStorageBattery_Q316)(0, &r[0], &r[1], &r[2], &r[3], err), 1);
-    EXPECT_EQ(r[0], 234567u);
-    EXPECT_EQ(r[1], 56789u);
+    EXPECT_EQ(host::Words(r + 0, r + 2), (host::Words{234567, 56789}));
     EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadMonthEnergy)(0, 3, &r[0], &r[1], &r[2], &r[3], err), 1); }),
               Frame({0x32, 0x03}));
-    EXPECT_EQ(r[0], 100019u);
-    EXPECT_EQ(r[1], 20029u);
-    EXPECT_EQ(r[2], 39u);
-    EXPECT_EQ(r[3], 0u);
+    EXPECT_EQ(host::Words(r + 0, r + 4), (host::Words{100019, 20029, 39, 0}));
     ASSERT_EQ(HOST_CALL(eReadMonthEnergy_Q316)(0, 3, &r[0], &r[1], &r[2], &r[3], err), 1);
-    EXPECT_EQ(r[0], 5555u);
-    EXPECT_EQ(r[1], 66u);
-    EXPECT_EQ(r[2], 7u);
-    EXPECT_EQ(r[3], 8888u);
+    EXPECT_EQ(host::Words(r + 0, r + 4), (host::Words{5555, 66, 7, 8888}));
     EXPECT_TRUE(ErrUntouched());
 
     // Month 12 is refused before anything is sent; the outputs stay.
@@ -120,20 +106,14 @@ TEST_P(HostTest, MaximaPrintQuotientAndPlainRemainder)
     ASSERT_TRUE(OpenSession());
     char d1[64], v1[64], d2[64], v2[64];
     ASSERT_EQ(HOST_CALL(eReadMaxVoltage)(0, d1, v1, d2, v2, err), 1);
-    EXPECT_STREQ(d1, "04:05:06 03.02.24");
-    EXPECT_STREQ(v1, " 234.5");
-    EXPECT_STREQ(d2, "23:59:58 31.12.23");
-    EXPECT_STREQ(v2, " 199.0");
+    EXPECT_EQ(host::Texts({d1, v1, d2, v2}),
+              (host::Strings{"04:05:06 03.02.24", " 234.5", "23:59:58 31.12.23", " 199.0"}));
     ASSERT_EQ(HOST_CALL(eReadMaxCurrent)(0, d1, v1, d2, v2, err), 1);
-    EXPECT_STREQ(d1, "10:11:12 09.01.24");
-    EXPECT_STREQ(v1, "   7.5");
-    EXPECT_STREQ(d2, "00:00:01 10.01.24");
-    EXPECT_STREQ(v2, "  12.5");
+    EXPECT_EQ(host::Texts({d1, v1, d2, v2}),
+              (host::Strings{"10:11:12 09.01.24", "   7.5", "00:00:01 10.01.24", "  12.5"}));
     EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadMaxPower)(0, d1, v1, d2, v2, err), 1); }),
               Frame({0x33, 0x02}));
-    EXPECT_STREQ(d1, "07:30:00 01.03.24");
-    EXPECT_STREQ(v1, "  12.50");
-    EXPECT_STREQ(v2, "  99.99");
+    EXPECT_EQ(host::Texts({d1, v1, v2}), (host::Strings{"07:30:00 01.03.24", "  12.50", "  99.99"}));
     EXPECT_TRUE(ErrUntouched());
 }
 
@@ -143,8 +123,7 @@ TEST_P(HostTest, ClockAndEventTimes)
     char t[64], d[64], w[64];
     memset(w, 'x', sizeof(w));
     ASSERT_EQ(HOST_CALL(eReadCurrentTime)(0, t, d, w, err), 1);
-    EXPECT_STREQ(t, "12:00:00");
-    EXPECT_STREQ(d, "15.03.24");
+    EXPECT_EQ(host::Texts({t, d}), (host::Strings{"12:00:00", "15.03.24"}));
     // "Пятница" copied as 12 bytes, the rest of the buffer untouched.
     EXPECT_EQ(std::string(w, 12), Cp1251("Пятница") + std::string(5, '\0'));
     EXPECT_EQ(w[12], 'x');
@@ -171,8 +150,7 @@ TEST_P(HostTest, ClockAndEventTimes)
     strcpy(t, "keep");
     strcpy(d, "keep");
     EXPECT_EQ(Sent([&] { EXPECT_EQ(HOST_CALL(eReadTimeOnOff)(0, 0, t, d, err), 1); }), Bytes{});
-    EXPECT_STREQ(t, "keep");
-    EXPECT_STREQ(d, "keep");
+    EXPECT_EQ(host::Texts({t, d}), (host::Strings{"keep", "keep"}));
     EXPECT_TRUE(ErrUntouched());
 }
 
@@ -220,8 +198,7 @@ TEST_P(HostTest, SettingsWritesSendTheirFramesAndReadBack)
     char values[64] = {}, flags[16] = {};
     uint32_t arr = 0;
     ASSERT_EQ(HOST_CALL(eReadEnergyRateLimit)(0, values, flags, &arr, err), 1);
-    EXPECT_STREQ(values, "100;2500;0;999999");
-    EXPECT_STREQ(flags, "90858590");
+    EXPECT_EQ(host::Texts({values, flags}), (host::Strings{"100;2500;0;999999", "90858590"}));
 
     EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eWriteIndicationTime)(0, 4, 5, 6, 7, err), 1); }),
               Frame({0x0D, 4, 5, 6, 7}));
@@ -381,8 +358,7 @@ TEST_P(HostTest, SilentMeterGivesTheFixedMessages)
     // reads whose answer length fails hand back the status without a message.
     ClearErr();
     EXPECT_EQ(HOST_CALL(eReadMaxVoltage)(0, a, b, c, d, err), 1);
-    EXPECT_STREQ(a, "00:00:00 00.00.00");
-    EXPECT_STREQ(b, "   0.0");
+    EXPECT_EQ(host::Texts({a, b}), (host::Strings{"00:00:00 00.00.00", "   0.0"}));
     EXPECT_EQ(HOST_CALL(eReadCurrentPower_Q316)(0, a, err), kUnknownResponse);
     EXPECT_EQ(HOST_CALL(eReadVariantExecution)(0, &u[0], &u[1], err), kUnknownResponse);
     // A write has no answer length to check.

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -60,6 +61,14 @@ inline Bytes Concat(const std::vector<Bytes>& aParts)
         all.insert(all.end(), part.begin(), part.end());
     return all;
 }
+
+// Texts and numbers compared as one list.
+using Strings = std::vector<std::string>;
+inline Strings Texts(std::initializer_list<const char*> aTexts)
+{
+    return Strings(aTexts.begin(), aTexts.end());
+}
+using Words = std::vector<uint32_t>;
 
 inline Bytes Ascii(const std::string& aText)
 {
@@ -117,7 +126,8 @@ struct ErrBuffer
 // Every export, in the order of Q310/exports.txt.
 #define Q310_EXPORT_LIST(X)                                                                                  \
     X(eOpen)                                                                                                 \
-    X(eTcpOpen) X(eClose) X(eSetEchoFlag) X(eSetGSMFlag) X(eSetTcpFlag) X(eDisconnectGSM) X(eSetEchoMode) X( \
+    X(eTcpOpen)                                                                                              \
+    X(eClose) X(eSetEchoFlag) X(eSetGSMFlag) X(eSetTcpFlag) X(eDisconnectGSM) X(eSetEchoMode) X(             \
         eWriteATZtoGSM) X(eWriteATCBSTtoGSM) X(eWriteATD2toGSM) X(eWriteATS7toGSM) X(eWriteATDtoGSM)         \
         X(eWriteParamGSMLock) X(eReadSerialNumber) X(eReadVoltageCurrentPower) X(eReadFrequency) X(          \
             eReadCurrentPower_Q316) X(eReadCOS_Q316) X(eReadStorageBattery) X(eReadStorageBattery_Q316)      \
