@@ -1,5 +1,5 @@
-// Soak: 2 000 exchanges of eReadFrequency over TCP with zentor-sim as a child process and the session's
-// trace at its full level, so that the trace file rotates dozens of times. The transport's pause of
+// Soak: 2 000 exchanges of eReadFrequency over TCP with the simulator on a thread of its own and the
+// session's trace at its full level, so that the trace file rotates dozens of times. The transport's pause of
 // 10 ms after each request makes it last about half a minute. At the end: every exchange
 // succeeded, the live heap (and, without AddressSanitizer, the resident memory) is where it was after
 // the warm-up, every exchange's trace lines are in the files (each rotated generation is counted as it
@@ -76,13 +76,10 @@ TEST(Soak, TwoThousandExchangesWithRotatingTrace)
     std::filesystem::remove(kTraceFile);
     std::filesystem::remove(kTraceOldFile);
     const size_t descriptors = fault::OpenDescriptors();
-    fault::SimProcess process;
-    const std::string address = process.Start({"--tcp", "0"}, false);
-    const size_t colon = address.find(':');
-    ASSERT_NE(colon, std::string::npos) << address;
-
+    auto simulator = std::make_unique<zentor_sim::Simulator>(e2e::FrozenMeter());
+    const uint16_t port = simulator->StartTcp();
     char err[e2e::kErrSize] = {};
-    ASSERT_EQ(eTcpOpen(std::stoi(address.substr(colon + 1)), "127.0.0.1", 0, e2e::kTimeOuts[2], err), 1);
+    ASSERT_EQ(eTcpOpen(port, "127.0.0.1", 0, e2e::kTimeOuts[2], err), 1);
     Kel_P_Trace_Console_Disable();
     char serial[64] = {};
     ASSERT_EQ(eReadSerialNumber(e2e::kAddress, serial, err), 1) << err;
@@ -121,7 +118,7 @@ TEST(Soak, TwoThousandExchangesWithRotatingTrace)
     Kel_P_Trace_File_Errors_Disable();
     EXPECT_EQ(eClose(0, err), 1);
     counts.Add(kTraceFile);
-    process.Kill();
+    simulator.reset();
 
     printf("%d exchanges in %lld ms, %zu rotations; heap %zu -> %zu bytes, resident %zu -> %zu bytes\n",
            kExchanges, static_cast<long long>(ms), rotations, heapAfterWarmUp, heapAtEnd, residentAfterWarmUp,
