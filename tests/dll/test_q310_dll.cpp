@@ -12,7 +12,6 @@
 
 #include <cstring>
 #include <functional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -96,7 +95,7 @@ protected:
 
 // ---- The export table ----
 
-TEST(Exports, TheNinetyNamesResolveWithTheirUnderscoreAndNothingElseIsExported)
+TEST(Exports, TheNinetyNamesResolveWithTheirUnderscore)
 {
     const dll::Library& library = dll::Library::Get();
     EXPECT_EQ(library.Names().size(), 90u);
@@ -106,22 +105,7 @@ TEST(Exports, TheNinetyNamesResolveWithTheirUnderscoreAndNothingElseIsExported)
     EXPECT_EQ(GetProcAddress(library.Module(), "eOpen"), nullptr);
     EXPECT_EQ(GetProcAddress(library.Module(), "eReadFrequency"), nullptr);
 
-    // The export directory of the loaded image holds exactly the decorated names.
-    const auto* base = reinterpret_cast<const uint8_t*>(library.Module());
-    const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS32*>(base + dos->e_lfanew);
-    const IMAGE_DATA_DIRECTORY& entry = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
-    ASSERT_NE(entry.VirtualAddress, 0u);
-    const auto* directory = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + entry.VirtualAddress);
-    const auto* names = reinterpret_cast<const DWORD*>(base + directory->AddressOfNames);
-    std::set<std::string> exported;
-    for (DWORD i = 0; i < directory->NumberOfNames; ++i)
-        exported.insert(reinterpret_cast<const char*>(base + names[i]));
-    std::set<std::string> expected;
-    for (const std::string& name : library.Names())
-        expected.insert("_" + name);
-    EXPECT_EQ(exported, expected);
-    EXPECT_EQ(directory->NumberOfFunctions, 90u);
+    // The export table itself holds exactly these names: the q310_export_table test.
 }
 
 // ---- Session ----

@@ -124,40 +124,29 @@ struct ErrBuffer
 };
 
 // Every export, in the order of Q310/exports.txt.
-#define Q310_EXPORT_LIST(X)                                                                                  \
-    X(eOpen)                                                                                                 \
-    X(eTcpOpen)                                                                                              \
-    X(eClose) X(eSetEchoFlag) X(eSetGSMFlag) X(eSetTcpFlag) X(eDisconnectGSM) X(eSetEchoMode) X(             \
-        eWriteATZtoGSM) X(eWriteATCBSTtoGSM) X(eWriteATD2toGSM) X(eWriteATS7toGSM) X(eWriteATDtoGSM)         \
-        X(eWriteParamGSMLock) X(eReadSerialNumber) X(eReadVoltageCurrentPower) X(eReadFrequency) X(          \
-            eReadCurrentPower_Q316) X(eReadCOS_Q316) X(eReadStorageBattery) X(eReadStorageBattery_Q316)      \
-            X(eReadMonthEnergy) X(eReadMonthEnergy_Q316) X(eReadMaxVoltage) X(eReadMaxCurrent) X(            \
-                eReadMaxPower) X(eResertMaxParam) X(eReadSoftVersion) X(eReadIdentPo) X(eReadOutputDate)     \
-                X(eReadRunningTime) X(eReadVoltageLiBattery) X(eReadTypeState) X(eReadVariantExecution)      \
-                    X(eReadPLC1Config) X(eReadCurrentTime) X(eReadTimeOnOff) X(eReadParamDisplay) X(         \
-                        eWriteParamDisplay) X(eReadAddParamDisplay) X(eWriteAddParamDisplay)                 \
-                        X(eReadIndicationTime) X(eWriteIndicationTime) X(eReadCorrectionTime) X(             \
-                            eWriteCorrectionTime) X(eReadSeasonFlag) X(eWriteSeasonFlag)                     \
-                            X(eSynchronizaionTime) X(eReadPowerLimit) X(eWritePowerLimit) X(                 \
-                                eReadPowerLimitMode) X(eWritePowerLimitMode) X(eReadEnergyLimit)             \
-                                X(eWriteEnergyLimit) X(eReadEnergyRateLimit) X(eWriteEnergyRateLimit) X(     \
-                                    eReadReleMode) X(eReadReleMode_2a) X(eWriteReleMode)                     \
-                                    X(eReadOutputFunction) X(eWriteOutputFunction) X(eWriteSpeed) X(         \
-                                        eWriteAddress) X(eReadMultMode) X(eWriteMultMode) X(eResetDeviceBat) \
-                                        X(eReadRateQuantity) X(eWriteRateQuantity) X(eReadRateScale_1)       \
-                                            X(eWriteRateScale_1) X(eReadRateScale_4) X(eWriteRateScale_4)    \
-                                                X(eReadRateScale) X(eReadRateScale_2) X(eWriteRateScale)     \
-                                                    X(eWriteRateScale_2) X(eReadWeekendScale)                \
-                                                        X(eWriteWeekendScale) X(eReadWeekendScale2)          \
-                                                            X(eWriteWeekendScale2) X(eWriteTSFast)           \
-                                                                X(eReadModeTariffProfile) X(                 \
-                                                                    eWriteModeTariffProfile) X(eReadJournal) \
-                                                                    X(eReadSecPowerProfile)                  \
-                                                                        X(eReadSecPowerProfile_21)           \
-                                                                            X(eReadSecPowerProfile_22)       \
-                                                                                X(eReadSecPowerProfile_23)   \
-                                                                                    X(eReadPKE_2)            \
-                                                                                        X(eWriteData)
+// clang-format off
+#define Q310_EXPORT_LIST(X) \
+    X(eOpen) X(eTcpOpen) X(eClose) X(eSetEchoFlag) X(eSetGSMFlag) X(eSetTcpFlag) X(eDisconnectGSM) \
+    X(eSetEchoMode) X(eWriteATZtoGSM) X(eWriteATCBSTtoGSM) X(eWriteATD2toGSM) X(eWriteATS7toGSM) \
+    X(eWriteATDtoGSM) X(eWriteParamGSMLock) X(eReadSerialNumber) X(eReadVoltageCurrentPower) \
+    X(eReadFrequency) X(eReadCurrentPower_Q316) X(eReadCOS_Q316) X(eReadStorageBattery) \
+    X(eReadStorageBattery_Q316) X(eReadMonthEnergy) X(eReadMonthEnergy_Q316) X(eReadMaxVoltage) \
+    X(eReadMaxCurrent) X(eReadMaxPower) X(eResertMaxParam) X(eReadSoftVersion) X(eReadIdentPo) \
+    X(eReadOutputDate) X(eReadRunningTime) X(eReadVoltageLiBattery) X(eReadTypeState) \
+    X(eReadVariantExecution) X(eReadPLC1Config) X(eReadCurrentTime) X(eReadTimeOnOff) X(eReadParamDisplay) \
+    X(eWriteParamDisplay) X(eReadAddParamDisplay) X(eWriteAddParamDisplay) X(eReadIndicationTime) \
+    X(eWriteIndicationTime) X(eReadCorrectionTime) X(eWriteCorrectionTime) X(eReadSeasonFlag) \
+    X(eWriteSeasonFlag) X(eSynchronizaionTime) X(eReadPowerLimit) X(eWritePowerLimit) \
+    X(eReadPowerLimitMode) X(eWritePowerLimitMode) X(eReadEnergyLimit) X(eWriteEnergyLimit) \
+    X(eReadEnergyRateLimit) X(eWriteEnergyRateLimit) X(eReadReleMode) X(eReadReleMode_2a) \
+    X(eWriteReleMode) X(eReadOutputFunction) X(eWriteOutputFunction) X(eWriteSpeed) X(eWriteAddress) \
+    X(eReadMultMode) X(eWriteMultMode) X(eResetDeviceBat) X(eReadRateQuantity) X(eWriteRateQuantity) \
+    X(eReadRateScale_1) X(eWriteRateScale_1) X(eReadRateScale_4) X(eWriteRateScale_4) X(eReadRateScale) \
+    X(eReadRateScale_2) X(eWriteRateScale) X(eWriteRateScale_2) X(eReadWeekendScale) X(eWriteWeekendScale) \
+    X(eReadWeekendScale2) X(eWriteWeekendScale2) X(eWriteTSFast) X(eReadModeTariffProfile) \
+    X(eWriteModeTariffProfile) X(eReadJournal) X(eReadSecPowerProfile) X(eReadSecPowerProfile_21) \
+    X(eReadSecPowerProfile_22) X(eReadSecPowerProfile_23) X(eReadPKE_2) X(eWriteData)
+// clang-format on
 
 inline std::vector<std::string> ExportNames()
 {

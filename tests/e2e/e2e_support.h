@@ -1,13 +1,7 @@
 // End-to-end fixture: the exports against the meter simulator running in this process, reached over a
-// pseudo-terminal behind a COM name (eOpen) or over TCP (eTcpOpen).
-//
-//   class MyTest : public e2e::SessionTest {};
-//   TEST_P(MyTest, Reads) { ASSERT_TRUE(OpenSession()); ... eReadFrequency(0, text, err) ... }
-//   INSTANTIATE_TEST_SUITE_P(Paths, MyTest, e2e::kBothPaths, e2e::PathName);
-//
-// The meter state is set before OpenSession through Meter() (under the simulator's lock for changes
-// made while a session runs). OpenSession opens the path and calls eReadSerialNumber, which creates the
-// protocol client every other export needs.
+// pseudo-terminal behind a COM name (eOpen) or over TCP (eTcpOpen). The meter state is set through
+// Meter() (under the simulator's lock while a session runs); OpenSession opens the path and calls
+// eReadSerialNumber, which creates the protocol client every other export needs.
 #pragma once
 
 #include "e2e/e2e_host.h"
