@@ -4,8 +4,8 @@
 // simulator's pseudo-terminal). Run through scripts/wine-dll-e2e.sh, which starts the simulators from
 // tests/dll/meter.json and names them in the environment.
 //
-// Here: the export table, refused opens, the RS-485 echo line, a GSM modem data call and the trace
-// files; then the cases shared with the linked library (e2e/e2e_cases.h) on both paths.
+// Here: the export table, a GSM modem data call and the trace files; then the cases shared with the linked
+// library (e2e/e2e_cases.h) on both paths.
 #include "dll_host.h"
 
 #include <gtest/gtest.h>
@@ -91,6 +91,8 @@ protected:
     bool Tcp() const { return GetParam() == Path::Tcp; }
     bool OpenSession() { return OpenClient(Tcp() ? "TCP" : "COM", Tcp()); }
     bool OpenSilent() { return OpenMeter(Tcp() ? "TCP_SILENT" : "COM_SILENT", Tcp()); }
+    int32_t MeterCom() const { return dll::MeterFromEnv("COM").port; }
+    bool OpenEchoLine() { return OpenMeter("COM_ECHO", false); }
 };
 
 // ---- The export table ----
@@ -106,46 +108,6 @@ TEST(Exports, TheNinetyNamesResolveWithTheirUnderscore)
     EXPECT_EQ(GetProcAddress(library.Module(), "eReadFrequency"), nullptr);
 
     // The export table itself holds exactly these names: the q310_export_table test.
-}
-
-// ---- Session ----
-
-TEST_F(DllTest, RefusedOpens)
-{
-    // A COM number with no device behind it.
-    opened = true;
-    EXPECT_EQ(Q310_DLL(eOpen)(199, kMode, kTimeOuts, err), 0);
-    ExpectMessage("Запрос на открытие канала связи со счетчиком: Ошибка.", "eOpen COM199");
-    EXPECT_EQ(Q310_DLL(eClose)(0, err), 1);
-    // Empty and blank mode texts are refused, on a port that exists.
-    const dll::Meter com = dll::MeterFromEnv("COM");
-    for (const char* mode : {"", "   "})
-    {
-        ClearErr();
-        EXPECT_EQ(Q310_DLL(eOpen)(com.port, mode, kTimeOuts, err), 0) << '"' << mode << '"';
-        ExpectMessage("Запрос на открытие канала связи со счетчиком: Ошибка.", "blank mode");
-        EXPECT_EQ(Q310_DLL(eClose)(0, err), 1);
-    }
-    // Nothing listens on port 1 of the loopback.
-    ClearErr();
-    EXPECT_EQ(Q310_DLL(eTcpOpen)(1, "127.0.0.1", 0, 300, err), 0);
-    ExpectMessage("Запрос на открытие TCP/IP сокета: Ошибка.", "eTcpOpen port 1");
-    EXPECT_EQ(Q310_DLL(eClose)(0, err), 1);
-}
-
-TEST_F(DllTest, EchoingLineThroughTheRs485Variant)
-{
-    ASSERT_TRUE(OpenMeter("COM_ECHO", false));
-    EXPECT_EQ(Q310_DLL(eSetEchoFlag)(1), 0); // 0 in every case
-    char text[32] = {};
-    ASSERT_EQ(Q310_DLL(eReadSerialNumber)(1, text, err), 1);
-    EXPECT_STREQ(text, "21000417");
-    const Bytes sent = Sent([&] { ASSERT_EQ(Q310_DLL(eReadFrequency)(0, text, err), 1); });
-    EXPECT_STREQ(text, "50.01");
-    EXPECT_EQ(sent, Frame({0x81}));
-    EXPECT_EQ(Q310_DLL(eSetGSMFlag)(5), 1); // no such mode: nothing changes
-    ASSERT_EQ(Q310_DLL(eReadFrequency)(0, text, err), 1);
-    EXPECT_TRUE(ErrUntouched());
 }
 
 TEST_F(DllTest, GsmModemDataCall)

@@ -6,7 +6,8 @@
 //                    opened and the client created by eReadSerialNumber, meter state of
 //                    tests/dll/meter.json), OpenSilent() (the same path to a meter that never answers,
 //                    no client yet), Sent(action) (the bytes the meter received while the action ran)
-//                    and Tcp() (whether the path is TCP);
+//                    Tcp() (whether the path is TCP), and for the serial path MeterCom() (the COM number
+//                    of a meter, nothing opened) and OpenEchoLine() (then a meter behind an RS-485 echo);
 // and instantiates HostTest.
 #pragma once
 
@@ -363,6 +364,42 @@ TEST_P(HostTest, SilentMeterGivesTheFixedMessages)
     EXPECT_EQ(HOST_CALL(eReadVariantExecution)(0, &u[0], &u[1], err), kUnknownResponse);
     // A write has no answer length to check.
     EXPECT_EQ(HOST_CALL(eWriteSeasonFlag)(0, 1, err), 1);
+    EXPECT_TRUE(ErrUntouched());
+}
+
+// ---- Opening, and the RS-485 echo line (serial path) ----
+
+TEST_P(HostTest, RefusedOpensAndTheEchoingLine)
+{
+    if (Tcp())
+        GTEST_SKIP() << "a serial path's test";
+    // A COM number with no device behind it; empty and blank mode texts on a port that exists.
+    const int32_t com = MeterCom();
+    const std::pair<int32_t, const char*> opens[] = {{199, host::kMode}, {com, ""}, {com, "   "}};
+    for (const auto& [number, mode] : opens)
+    {
+        ClearErr();
+        EXPECT_EQ(HOST_CALL(eOpen)(number, mode, host::kTimeOuts, err), 0) << number << " '" << mode << "'";
+        ExpectMessage("Запрос на открытие канала связи со счетчиком: Ошибка.", mode);
+        EXPECT_EQ(HOST_CALL(eClose)(0, err), 1);
+    }
+    // Nothing listens on port 1 of the loopback.
+    ClearErr();
+    EXPECT_EQ(HOST_CALL(eTcpOpen)(1, "127.0.0.1", 0, 300, err), 0);
+    ExpectMessage("Запрос на открытие TCP/IP сокета: Ошибка.", "eTcpOpen port 1");
+    EXPECT_EQ(HOST_CALL(eClose)(0, err), 1);
+
+    // The echo variant takes the line's echo of each request off the answer.
+    ClearErr();
+    ASSERT_TRUE(OpenEchoLine());
+    EXPECT_EQ(HOST_CALL(eSetEchoFlag)(1), 0); // 0 in every case
+    char text[32] = {};
+    ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1);
+    EXPECT_STREQ(text, "21000417");
+    EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1); }), Frame({0x81}));
+    EXPECT_STREQ(text, "50.01");
+    EXPECT_EQ(HOST_CALL(eSetGSMFlag)(5), 1); // no such mode: nothing changes
+    ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1);
     EXPECT_TRUE(ErrUntouched());
 }
 

@@ -19,6 +19,18 @@ protected:
         zentor_sim::LoadStateFile(Meter(), Q310_METER_JSON);
     }
     bool Tcp() const { return GetParam() == e2e::Path::Tcp; }
+    int32_t MeterCom()
+    {
+        e2e::StartPtyAsCom(*simulator, e2e::kComNumber);
+        return e2e::kComNumber;
+    }
+    // The meter of MeterCom(), now behind an RS-485 echo.
+    bool OpenEchoLine()
+    {
+        simulator->Line().SetMode(zentor_sim::LineMode::Echo);
+        opened = true;
+        return eOpen(e2e::kComNumber, host::kMode, host::kTimeOuts, err) == 1;
+    }
     bool OpenSilent()
     {
         Silence();

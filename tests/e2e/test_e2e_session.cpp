@@ -13,13 +13,6 @@ namespace
 using e2e::Path;
 using e2e::SessionTest;
 
-const int32_t kBad = static_cast<int32_t>(0x80AB0000u);
-// "Запрос на открытие канала связи со счетчиком: Ошибка." and its terminator.
-const std::string
-    kOpenMessage("\xC7\xE0\xEF\xF0\xEE\xF1\x20\xED\xE0\x20\xEE\xF2\xEA\xF0\xFB\xF2\xE8\xE5\x20\xEA\xE0"
-                 "\xED\xE0\xEB\xE0\x20\xF1\xE2\xFF\xE7\xE8\x20\xF1\xEE\x20\xF1\xF7\xE5\xF2\xF7\xE8\xEA"
-                 "\xEE\xEC\x3A\x20\xCE\xF8\xE8\xE1\xEA\xE0\x2E\0",
-                 54);
 // "Запрос на открытие TCP/IP сокета: Ошибка." and its terminator.
 const std::string kTcpOpenMessage("\xC7\xE0\xEF\xF0\xEE\xF1 \xED\xE0 \xEE\xF2\xEA\xF0\xFB\xF2\xE8\xE5 TCP/IP "
                                   "\xF1\xEE\xEA\xE5\xF2\xE0: \xCE\xF8\xE8\xE1\xEA\xE0.\0",
@@ -45,40 +38,6 @@ TEST_P(SerialSession, LineSettingsAndTimeOutsAsWritten)
     // The line settings of the session are what eReadSerialNumber gives the protocol client.
     EXPECT_EQ(gl_dcb.BaudRate, 4800u);
     EXPECT_EQ(gl_dcb.ByteSize, 7);
-}
-
-TEST_P(SerialSession, RefusedTextsAndMissingPortGiveTheMessage)
-{
-    e2e::StartPtyAsCom(*simulator, e2e::kComNumber);
-    EXPECT_EQ(eOpen(e2e::kComNumber, "", e2e::kTimeOuts, err), 0);
-    EXPECT_EQ(std::string(err, 54), kOpenMessage);
-    EXPECT_EQ(err[54], e2e::kUntouched);
-    opened = true;
-
-    ClearErr();
-    EXPECT_EQ(eOpen(99, "baud=9600 parity=None data=8 stop=1 dtr=on rts=on", e2e::kTimeOuts, err), 0);
-    EXPECT_EQ(std::string(err, 54), kOpenMessage);
-    EXPECT_EQ(err[54], e2e::kUntouched);
-}
-
-TEST_P(SerialSession, EchoFlagSwitchesToTheEchoingLine)
-{
-    simulator->Line().SetMode(zentor_sim::LineMode::Echo);
-    ASSERT_TRUE(OpenPath());
-    // A zero flag changes nothing and, like every call, returns 0.
-    EXPECT_EQ(eSetEchoFlag(0), 0);
-    EXPECT_EQ(EchoFlag, 0u);
-    EXPECT_EQ(eSetEchoFlag(1), 0);
-    EXPECT_EQ(EchoFlag, 1u);
-    char text[64] = {};
-    ASSERT_EQ(eReadSerialNumber(e2e::kAddress, text, err), 1);
-    EXPECT_STREQ(text, "21000417");
-    ASSERT_EQ(eReadFrequency(0, text, err), 1);
-    EXPECT_STREQ(text, "50.01");
-    uint32_t r[4] = {};
-    ASSERT_EQ(eReadStorageBattery(0, &r[0], &r[1], &r[2], &r[3], err), 1);
-    EXPECT_EQ(r[0], 1234567u);
-    EXPECT_TRUE(ErrUntouched());
 }
 
 TEST_P(Session, TcpOpenToNoListenerKeepsItsTimeOut)
