@@ -4,7 +4,7 @@
 // simulator's pseudo-terminal). Run through scripts/wine-dll-e2e.sh, which starts the simulators from
 // tests/dll/meter.json and names them in the environment.
 //
-// Here: the export table, a GSM modem data call and the trace files; then the cases shared with the linked
+// Here: the export table and the trace files; then the cases shared with the linked
 // library (e2e/e2e_cases.h) on both paths.
 #include "dll_host.h"
 
@@ -92,6 +92,7 @@ protected:
     bool OpenSession() { return OpenClient(Tcp() ? "TCP" : "COM", Tcp()); }
     bool OpenSilent() { return OpenMeter(Tcp() ? "TCP_SILENT" : "COM_SILENT", Tcp()); }
     int32_t MeterCom() const { return dll::MeterFromEnv("COM").port; }
+    bool OpenModemLine() { return OpenMeter("COM_MODEM", false); }
     bool OpenEchoLine() { return OpenMeter("COM_ECHO", false); }
 };
 
@@ -108,41 +109,6 @@ TEST(Exports, TheNinetyNamesResolveWithTheirUnderscore)
     EXPECT_EQ(GetProcAddress(library.Module(), "eReadFrequency"), nullptr);
 
     // The export table itself holds exactly these names: the q310_export_table test.
-}
-
-TEST_F(DllTest, GsmModemDataCall)
-{
-    ASSERT_TRUE(OpenMeter("COM_MODEM", false));
-    // The client's time-outs come from eReadSerialNumber; the modem in command mode does not answer
-    // meter frames, so this one fails with its message.
-    char text[32] = {};
-    EXPECT_EQ(Q310_DLL(eReadSerialNumber)(1, text, err), 0);
-    ExpectMessage("Запрос на чтение серийного номера: Нет ответа.", "serial number in command mode");
-
-    ClearErr();
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eWriteATZtoGSM)(err), 1); }), host::Ascii("ATZ\r"));
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eSetEchoMode)(1, err), 1); }), host::Ascii("ATE1\rAT&W\r"));
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eWriteATCBSTtoGSM)("71,0,1", 6, err), 1); }),
-              host::Ascii("AT+CBST=71,0,1\r"));
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eWriteATD2toGSM)(err), 1); }), host::Ascii("AT&D2\r"));
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eWriteATS7toGSM)(err), 1); }), host::Ascii("ATS7=60\r"));
-    // Too long a number: 0 at once, no text, nothing sent.
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eWriteATDtoGSM)("1234567890123", 13, 5, err), 0); }), Bytes{});
-    EXPECT_TRUE(ErrUntouched());
-
-    EXPECT_EQ(Sent([&] { ASSERT_EQ(Q310_DLL(eWriteATDtoGSM)("5550100", 7, 5, err), 1); }),
-              host::Ascii("ATD5550100\r"));
-    // In the call the modem echoes every request; the GSM variant removes the echo.
-    ASSERT_EQ(Q310_DLL(eSetGSMFlag)(1), 1);
-    ASSERT_EQ(Q310_DLL(eReadSerialNumber)(1, text, err), 1);
-    EXPECT_STREQ(text, "21000417");
-    EXPECT_EQ(Sent([&] { ASSERT_EQ(Q310_DLL(eReadFrequency)(0, text, err), 1); }), Frame({0x81}));
-    EXPECT_STREQ(text, "50.01");
-
-    EXPECT_EQ(Sent([&] { EXPECT_EQ(Q310_DLL(eDisconnectGSM)(err), 1); }), host::Ascii("+++ATH\r"));
-    // Back on the plain channel and in command mode.
-    EXPECT_EQ(Q310_DLL(eWriteATZtoGSM)(err), 1);
-    EXPECT_TRUE(ErrUntouched());
 }
 
 // The exports trace into tmp\trace.txt and tmp\traceerrors.txt of the host's working directory (the

@@ -7,7 +7,8 @@
 //                    tests/dll/meter.json), OpenSilent() (the same path to a meter that never answers,
 //                    no client yet), Sent(action) (the bytes the meter received while the action ran)
 //                    Tcp() (whether the path is TCP), and for the serial path MeterCom() (the COM number
-//                    of a meter, nothing opened) and OpenEchoLine() (then a meter behind an RS-485 echo);
+//                    of a meter, nothing opened), OpenEchoLine() (then a meter behind an RS-485 echo) and
+//                    OpenModemLine() (a meter behind a GSM modem);
 // and instantiates HostTest.
 #pragma once
 
@@ -222,24 +223,12 @@ TEST_P(HostTest, SettingsWritesSendTheirFramesAndReadBack)
 
 // ---- Tariff zones and holidays ----
 
-const char* const kMonths[12] = {"Январь", "Февраль", "Март",     "Апрель",  "Май",    "Июнь",
-                                 "Июль",   "Август",  "Сентябрь", "Октябрь", "Ноябрь", "Декабрь"};
-const char* const kDays[8] = {"Понедельник", "Вторник", "Среда",       "Четверг",
-                              "Пятница",     "Суббота", "Воскресенье", "Праздник"};
-
 TEST_P(HostTest, TariffScheduleAndHolidayTexts)
 {
     ASSERT_TRUE(OpenSession());
     // The meter's default tables: T2 from 00:00, T1 from 07:00, T2 from 23:00 on every day.
-    std::string expected;
-    for (const char* month : kMonths)
-    {
-        expected += Cp1251(month) + "\n";
-        for (const char* day : kDays)
-            expected += "\t" + Cp1251(day) + "\n\t00:00,T2\n\t07:00,T1\n\t23:00,T2\n";
-        expected += "\n";
-    }
-    expected += "\tEnd";
+    const std::string expected =
+        host::ScheduleText([](int, int) { return std::string("\t00:00,T2\n\t07:00,T1\n\t23:00,T2\n"); });
     std::vector<char> table(16733, '\0');
     ASSERT_EQ(HOST_CALL(eReadRateScale_4)(0, table.data(), err), 1);
     EXPECT_EQ(std::string(table.data()), expected);
@@ -400,6 +389,50 @@ TEST_P(HostTest, RefusedOpensAndTheEchoingLine)
     EXPECT_STREQ(text, "50.01");
     EXPECT_EQ(HOST_CALL(eSetGSMFlag)(5), 1); // no such mode: nothing changes
     ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1);
+    EXPECT_TRUE(ErrUntouched());
+}
+
+// ---- A GSM modem data call (serial path): AT commands byte for byte, the call, reads through the modem's
+// echo, the hang-up ----
+
+TEST_P(HostTest, GsmModemDataCall)
+{
+    if (Tcp())
+        GTEST_SKIP() << "a serial path's test";
+    ASSERT_TRUE(OpenModemLine());
+    // The client's time-outs come from eReadSerialNumber; the modem in command mode does not answer
+    // meter frames, so this one fails with its message.
+    char text[32] = {};
+    EXPECT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 0);
+    ExpectMessage("Запрос на чтение серийного номера: Нет ответа.", "serial number in command mode");
+
+    ClearErr();
+    const Bytes commands = Sent(
+        [&]
+        {
+            EXPECT_EQ(HOST_CALL(eWriteATZtoGSM)(err), 1);
+            EXPECT_EQ(HOST_CALL(eSetEchoMode)(1, err), 1);
+            EXPECT_EQ(HOST_CALL(eWriteATCBSTtoGSM)("71,0,1", 6, err), 1);
+            EXPECT_EQ(HOST_CALL(eWriteATD2toGSM)(err), 1);
+            EXPECT_EQ(HOST_CALL(eWriteATS7toGSM)(err), 1);
+        });
+    EXPECT_EQ(commands, host::Ascii("ATZ\rATE1\rAT&W\rAT+CBST=71,0,1\rAT&D2\rATS7=60\r"));
+    // Too long a number: 0 at once, no text, nothing sent.
+    EXPECT_EQ(Sent([&] { EXPECT_EQ(HOST_CALL(eWriteATDtoGSM)("1234567890123", 13, 5, err), 0); }), Bytes{});
+    EXPECT_TRUE(ErrUntouched());
+
+    EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eWriteATDtoGSM)("5550100", 7, 5, err), 1); }),
+              host::Ascii("ATD5550100\r"));
+    // In the call the modem echoes every request; the GSM variant removes the echo.
+    ASSERT_EQ(HOST_CALL(eSetGSMFlag)(1), 1);
+    ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1);
+    EXPECT_STREQ(text, "21000417");
+    EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1); }), Frame({0x81}));
+    EXPECT_STREQ(text, "50.01");
+
+    EXPECT_EQ(Sent([&] { EXPECT_EQ(HOST_CALL(eDisconnectGSM)(err), 1); }), host::Ascii("+++ATH\r"));
+    // Back on the plain channel and in command mode.
+    EXPECT_EQ(HOST_CALL(eWriteATZtoGSM)(err), 1);
     EXPECT_TRUE(ErrUntouched());
 }
 

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <type_traits>
@@ -99,6 +100,25 @@ inline std::string Cp1251(const char* pUtf8)
             out.push_back('?');
     }
     return out;
+}
+
+// The schedule text of the tariff exports: each month with each day kind and the zone lines that
+// aLines(month, day kind) gives, counted from 0.
+inline std::string ScheduleText(const std::function<std::string(int, int)>& aLines)
+{
+    static const char* const months[12] = {"Январь", "Февраль", "Март",     "Апрель",  "Май",    "Июнь",
+                                           "Июль",   "Август",  "Сентябрь", "Октябрь", "Ноябрь", "Декабрь"};
+    static const char* const days[8] = {"Понедельник", "Вторник", "Среда",       "Четверг",
+                                        "Пятница",     "Суббота", "Воскресенье", "Праздник"};
+    std::string text;
+    for (int m = 0; m < 12; ++m)
+    {
+        text += Cp1251(months[m]) + "\n";
+        for (int d = 0; d < 8; ++d)
+            text += "\t" + Cp1251(days[d]) + "\n" + aLines(m, d);
+        text += "\n";
+    }
+    return text + "\tEnd";
 }
 
 // The host's outErr buffer.

@@ -31,6 +31,12 @@ protected:
         opened = true;
         return eOpen(e2e::kComNumber, host::kMode, host::kTimeOuts, err) == 1;
     }
+    bool OpenModemLine()
+    {
+        simulator->Line().SetMode(zentor_sim::LineMode::Modem);
+        simulator->Line().Modem().dialStepMs = 100;
+        return OpenPath();
+    }
     bool OpenSilent()
     {
         Silence();

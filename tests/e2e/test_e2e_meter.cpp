@@ -42,34 +42,20 @@ zentor_sim::DayJournalEntry DayEntry(std::array<uint8_t, 5> aFlags, int64_t aDat
     return entry;
 }
 
-const std::string kMonths[12] = {
-    Q310_Cp1251("Январь").text,  Q310_Cp1251("Февраль").text, Q310_Cp1251("Март").text,
-    Q310_Cp1251("Апрель").text,  Q310_Cp1251("Май").text,     Q310_Cp1251("Июнь").text,
-    Q310_Cp1251("Июль").text,    Q310_Cp1251("Август").text,  Q310_Cp1251("Сентябрь").text,
-    Q310_Cp1251("Октябрь").text, Q310_Cp1251("Ноябрь").text,  Q310_Cp1251("Декабрь").text};
-const std::string kDays[8] = {Q310_Cp1251("Понедельник").text, Q310_Cp1251("Вторник").text,
-                              Q310_Cp1251("Среда").text,       Q310_Cp1251("Четверг").text,
-                              Q310_Cp1251("Пятница").text,     Q310_Cp1251("Суббота").text,
-                              Q310_Cp1251("Воскресенье").text, Q310_Cp1251("Праздник").text};
-
 // The schedule text with the given zone lines for (month, day kind) and none elsewhere.
 std::string Schedule(const std::vector<std::tuple<int, int, std::string>>& aLines)
 {
-    std::string text;
-    for (int m = 0; m < 12; ++m)
-    {
-        text += kMonths[m] + "\n";
-        for (int d = 0; d < 8; ++d)
+    return host::ScheduleText(
+        [&](int aMonth, int aDay)
         {
-            text += "\t" + kDays[d] + "\n";
-            for (const auto& [lm, ld, line] : aLines)
-                if (lm == m && ld == d)
-                    text += line;
-        }
-        text += "\n";
-    }
-    return text + "\tEnd";
+            std::string lines;
+            for (const auto& [month, day, line] : aLines)
+                if (month == aMonth && day == aDay)
+                    lines += line;
+            return lines;
+        });
 }
+const std::string kJanuary = host::Cp1251("Январь");
 
 class MeterTest : public e2e::SessionTest
 {
@@ -386,7 +372,7 @@ TEST_P(MeterTest, MalformedSchedulesAreRefusedWithNothingSentAndNoMessage)
 {
     ASSERT_TRUE(OpenSession());
     std::string misspelt = Schedule({});
-    misspelt.replace(0, kMonths[0].size(), Q310_Cp1251("Январъ").text);
+    misspelt.replace(0, kJanuary.size(), Q310_Cp1251("Январъ").text);
     std::string nine;
     for (int i = 0; i < 9; ++i)
         nine += "\t0" + std::to_string(i) + ":00,T1\n";
@@ -410,7 +396,7 @@ TEST_P(MeterTest, ScheduleReadFailures)
     ClearErr();
     EXPECT_EQ(eReadRateScale_1(0, table.data(), err), 0);
     EXPECT_STREQ(err, Q310_Cp1251("Запрос на чтение тарифного расписания: Нет ответа.").text);
-    EXPECT_EQ(std::string(table.data()), kMonths[0] + "\n"); // what came before the failure stays
+    EXPECT_EQ(std::string(table.data()), kJanuary + "\n"); // what came before the failure stays
     // The client form appends nothing on a failure.
     table[0] = '\0';
     Silence();
