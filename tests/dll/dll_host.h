@@ -11,7 +11,7 @@
 // reads back to see the bytes the meter received.
 #pragma once
 
-#include "Q310/Q310.h"
+#include "e2e/e2e_host.h"
 
 #include <windows.h>
 
@@ -25,7 +25,7 @@
 namespace dll
 {
 
-using Bytes = std::vector<uint8_t>;
+using Bytes = host::Bytes;
 
 // An environment variable set by the wrapper script, or the empty text.
 inline std::string Env(const char* aName)
@@ -155,71 +155,6 @@ inline Meter MeterFromEnv(const std::string& aName)
     meter.port = atoi(Env(("Q310_SIM_" + aName + "_PORT").c_str()).c_str());
     meter.traceFile = Env(("Q310_SIM_" + aName + "_TRACE").c_str());
     return meter;
-}
-
-// CRC-16/MODBUS (polynomial 0xA001 reflected, initial 0xFFFF), sent low byte first.
-inline uint16_t Crc16(const Bytes& aBytes)
-{
-    uint16_t crc = 0xFFFF;
-    for (uint8_t byte : aBytes)
-    {
-        crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit)
-            crc =
-                (crc & 1) != 0 ? static_cast<uint16_t>((crc >> 1) ^ 0xA001) : static_cast<uint16_t>(crc >> 1);
-    }
-    return crc;
-}
-
-// The request frame to meter 1: address (4 bytes, high first), command and data, CRC.
-inline Bytes Frame(const Bytes& aPayload)
-{
-    Bytes frame{0x00, 0x00, 0x00, 0x01};
-    frame.insert(frame.end(), aPayload.begin(), aPayload.end());
-    const uint16_t crc = Crc16(frame);
-    frame.push_back(static_cast<uint8_t>(crc & 0xFF));
-    frame.push_back(static_cast<uint8_t>(crc >> 8));
-    return frame;
-}
-
-inline Bytes Concat(const std::vector<Bytes>& aParts)
-{
-    Bytes all;
-    for (const Bytes& part : aParts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
-inline Bytes Ascii(const std::string& aText)
-{
-    return Bytes(aText.begin(), aText.end());
-}
-
-// The Windows-1251 form of a UTF-8 text of ASCII and Cyrillic letters (А..я, Ё, ё), converted here on
-// its own so that the expected messages do not come from the library's converter.
-inline std::string Cp1251(const char* pUtf8)
-{
-    std::string out;
-    const auto* p = reinterpret_cast<const unsigned char*>(pUtf8);
-    while (*p != 0)
-    {
-        if (*p < 0x80)
-        {
-            out.push_back(static_cast<char>(*p++));
-            continue;
-        }
-        const unsigned code = ((p[0] & 0x1Fu) << 6) | (p[1] & 0x3Fu);
-        p += 2;
-        if (code >= 0x410 && code <= 0x44F)
-            out.push_back(static_cast<char>(0xC0 + (code - 0x410)));
-        else if (code == 0x401)
-            out.push_back(static_cast<char>(0xA8));
-        else if (code == 0x451)
-            out.push_back(static_cast<char>(0xB8));
-        else
-            out.push_back('?');
-    }
-    return out;
 }
 
 } // namespace dll

@@ -1,17 +1,12 @@
 // End-to-end fixture: the exports against the meter simulator running in this process, reached over a
-// pseudo-terminal behind a COM name (eOpen) or over TCP (eTcpOpen).
-//
-//   class MyTest : public e2e::SessionTest {};
-//   TEST_P(MyTest, Reads) { ASSERT_TRUE(OpenSession()); ... eReadFrequency(0, text, err) ... }
-//   INSTANTIATE_TEST_SUITE_P(Paths, MyTest, e2e::kBothPaths, e2e::PathName);
-//
-// The meter state is set before OpenSession through Meter() (under the simulator's lock for changes
-// made while a session runs). OpenSession opens the path and calls eReadSerialNumber, which creates the
-// protocol client every other export needs.
+// pseudo-terminal behind a COM name (eOpen) or over TCP (eTcpOpen). The meter state is set through
+// Meter() (under the simulator's lock while a session runs); OpenSession opens the path and calls
+// eReadSerialNumber, which creates the protocol client every other export needs.
 #pragma once
 
-#include "Q310/Q310.h"
+#include "e2e/e2e_host.h"
 #include "zentor_sim/calendar.h"
+#include "zentor_sim/codec.h"
 #include "zentor_sim/simulator.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -36,8 +32,8 @@ enum class Path
 
 constexpr int32_t kComNumber = 7;
 constexpr uint32_t kAddress = 1;
-// Error buffers are filled with this byte first, so that untouched buffers can be told apart.
-constexpr char kUntouched = '\x7E';
+using host::kTimeOuts;
+using host::kUntouched;
 constexpr size_t kErrSize = 256;
 
 inline const auto kBothPaths = ::testing::Values(Path::Serial, Path::Tcp);
@@ -46,8 +42,16 @@ inline std::string PathName(const ::testing::TestParamInfo<Path>& aInfo)
     return aInfo.param == Path::Serial ? "Serial" : "Tcp";
 }
 
-// The host's default serial time-outs: a read returns 20 ms after the last byte or after 300 ms.
-inline const uint32_t kTimeOuts[5] = {20, 0, 300, 0, 0};
+// The bytes of the "rx" lines of a simulator trace, in the order received.
+inline host::Bytes ReceivedBytes(const std::vector<std::string>& aTrace)
+{
+    host::Bytes bytes;
+    for (const std::string& line : aTrace)
+        if (line.rfind("rx ", 0) == 0)
+            if (const auto parsed = zentor_sim::ParseHex(line.substr(3)))
+                bytes.insert(bytes.end(), parsed->begin(), parsed->end());
+    return bytes;
+}
 
 // A fixed simulated moment: 2024-03-15 12:00:00, clock stopped there.
 inline zentor_sim::MeterState FrozenMeter()
@@ -82,7 +86,7 @@ inline std::string StartPtyAsCom(zentor_sim::Simulator& aSimulator, int32_t aNum
     return link;
 }
 
-class SessionTest : public ::testing::TestWithParam<Path>
+class SessionTest : public ::testing::TestWithParam<Path>, public host::ErrBuffer
 {
 protected:
     void SetUp() override
@@ -144,23 +148,12 @@ protected:
         std::lock_guard<std::mutex> lock(traceMutex);
         trace.clear();
     }
-    // Number of inputs the simulator received since the last ClearTrace.
-    size_t Received()
+    // The bytes the meter received while aAction ran.
+    host::Bytes Sent(const std::function<void()>& aAction)
     {
-        size_t count = 0;
-        for (const std::string& line : Trace())
-            if (line.rfind("rx ", 0) == 0)
-                ++count;
-        return count;
-    }
-
-    void ClearErr() { memset(err, kUntouched, sizeof(err)); }
-    bool ErrUntouched() const
-    {
-        for (char c : err)
-            if (c != kUntouched)
-                return false;
-        return true;
+        ClearTrace();
+        aAction();
+        return ReceivedBytes(Trace());
     }
     void Silence(int aCount = 1000)
     {
@@ -172,7 +165,6 @@ protected:
     bool opened = false;
     std::mutex traceMutex;
     std::vector<std::string> trace;
-    char err[kErrSize];
 };
 
 } // namespace e2e

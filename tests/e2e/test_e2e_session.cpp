@@ -13,13 +13,6 @@ namespace
 using e2e::Path;
 using e2e::SessionTest;
 
-const int32_t kBad = static_cast<int32_t>(0x80AB0000u);
-// "Запрос на открытие канала связи со счетчиком: Ошибка." and its terminator.
-const std::string
-    kOpenMessage("\xC7\xE0\xEF\xF0\xEE\xF1\x20\xED\xE0\x20\xEE\xF2\xEA\xF0\xFB\xF2\xE8\xE5\x20\xEA\xE0"
-                 "\xED\xE0\xEB\xE0\x20\xF1\xE2\xFF\xE7\xE8\x20\xF1\xEE\x20\xF1\xF7\xE5\xF2\xF7\xE8\xEA"
-                 "\xEE\xEC\x3A\x20\xCE\xF8\xE8\xE1\xEA\xE0\x2E\0",
-                 54);
 // "Запрос на открытие TCP/IP сокета: Ошибка." and its terminator.
 const std::string kTcpOpenMessage("\xC7\xE0\xEF\xF0\xEE\xF1 \xED\xE0 \xEE\xF2\xEA\xF0\xFB\xF2\xE8\xE5 TCP/IP "
                                   "\xF1\xEE\xEA\xE5\xF2\xE0: \xCE\xF8\xE8\xE1\xEA\xE0.\0",
@@ -32,42 +25,12 @@ class SerialSession : public SessionTest
 {
 };
 
-TEST_P(SerialSession, AcceptedModeTextsOpenTheLine)
-{
-    const char* texts[] = {"baud=9600 parity=None data=8 stop=1 dtr=on rts=on",
-                           "baud=9600 parity=Even data=8 stop=2 dtr=off rts=off",
-                           // Only the baud rate: the other fields keep earlier values.
-                           "baud=9600"};
-    for (const char* text : texts)
-    {
-        ASSERT_TRUE(OpenSession(text)) << text;
-        char frequency[32] = {};
-        EXPECT_EQ(eReadFrequency(0, frequency, err), 1) << text;
-        EXPECT_STREQ(frequency, "50.01");
-        EXPECT_EQ(eClose(0, err), 1);
-        simulator->Stop();
-        simulator = std::make_unique<zentor_sim::Simulator>(e2e::FrozenMeter());
-    }
-    EXPECT_TRUE(ErrUntouched());
-}
-
 TEST_P(SerialSession, LineSettingsAndTimeOutsAsWritten)
 {
     ASSERT_TRUE(OpenPath("baud=4800 parity=Odd data=7 stop=2 dtr=on rts=on"));
     EXPECT_STREQ(glCommPortName, "COM7");
     EXPECT_EQ(glCommTimeOuts.ReadIntervalTimeout, e2e::kTimeOuts[0]);
     EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, e2e::kTimeOuts[2]);
-    // The settings eOpen wrote to the port (a pseudo-terminal keeps only some of them).
-    const Kel_P_Serial_DCB& dcb = aSerialContextMeter.dcb;
-    EXPECT_EQ(dcb.BaudRate, 4800u);
-    EXPECT_EQ(dcb.ByteSize, 7);
-    EXPECT_EQ(dcb.fParity, 1u);
-    EXPECT_EQ(dcb.Parity, KEL_SERIAL_ODDPARITY);
-    EXPECT_EQ(dcb.StopBits, KEL_SERIAL_TWOSTOPBITS);
-    EXPECT_EQ(dcb.fOutX, 0u);
-    EXPECT_EQ(dcb.fInX, 0u);
-    EXPECT_EQ(dcb.fDtrControl, KEL_SERIAL_DTR_CONTROL_DISABLE);
-    EXPECT_EQ(dcb.fRtsControl, KEL_SERIAL_RTS_CONTROL_DISABLE);
     // The port was really written: its speed reads back.
     Kel_P_Serial_DCB readBack{};
     ASSERT_NE(Kel_P_Serial_GetCommState(aSerialContextMeter.port_fd, &readBack), 0);
@@ -75,78 +38,6 @@ TEST_P(SerialSession, LineSettingsAndTimeOutsAsWritten)
     // The line settings of the session are what eReadSerialNumber gives the protocol client.
     EXPECT_EQ(gl_dcb.BaudRate, 4800u);
     EXPECT_EQ(gl_dcb.ByteSize, 7);
-}
-
-TEST_P(SerialSession, RefusedTextsAndMissingPortGiveTheMessage)
-{
-    e2e::StartPtyAsCom(*simulator, e2e::kComNumber);
-    EXPECT_EQ(eOpen(e2e::kComNumber, "", e2e::kTimeOuts, err), 0);
-    EXPECT_EQ(std::string(err, 54), kOpenMessage);
-    EXPECT_EQ(err[54], e2e::kUntouched);
-    opened = true;
-
-    ClearErr();
-    EXPECT_EQ(eOpen(99, "baud=9600 parity=None data=8 stop=1 dtr=on rts=on", e2e::kTimeOuts, err), 0);
-    EXPECT_EQ(std::string(err, 54), kOpenMessage);
-    EXPECT_EQ(err[54], e2e::kUntouched);
-}
-
-TEST_P(SerialSession, EchoFlagSwitchesToTheEchoingLine)
-{
-    simulator->Line().SetMode(zentor_sim::LineMode::Echo);
-    ASSERT_TRUE(OpenPath());
-    // A zero flag changes nothing and, like every call, returns 0.
-    EXPECT_EQ(eSetEchoFlag(0), 0);
-    EXPECT_EQ(EchoFlag, 0u);
-    EXPECT_EQ(eSetEchoFlag(1), 0);
-    EXPECT_EQ(EchoFlag, 1u);
-    char text[64] = {};
-    ASSERT_EQ(eReadSerialNumber(e2e::kAddress, text, err), 1);
-    EXPECT_STREQ(text, "21000417");
-    ASSERT_EQ(eReadFrequency(0, text, err), 1);
-    EXPECT_STREQ(text, "50.01");
-    uint32_t r[4] = {};
-    ASSERT_EQ(eReadStorageBattery(0, &r[0], &r[1], &r[2], &r[3], err), 1);
-    EXPECT_EQ(r[0], 1234567u);
-    EXPECT_TRUE(ErrUntouched());
-}
-
-TEST_P(SerialSession, GsmFlagResults)
-{
-    ASSERT_TRUE(OpenSession());
-    const auto plainWrite = serialChannelMeter.pWrite;
-    // Another mode keeps the channel and succeeds.
-    EXPECT_EQ(eSetGSMFlag(5), 1);
-    EXPECT_EQ(GSMFlag, 5u);
-    EXPECT_EQ(serialChannelMeter.pWrite, plainWrite);
-    EXPECT_EQ(eSetGSMFlag(1), 1);
-    EXPECT_NE(serialChannelMeter.pWrite, plainWrite);
-    const auto dataCallWrite = serialChannelMeter.pWrite;
-    EXPECT_EQ(eSetGSMFlag(2), 1);
-    EXPECT_NE(serialChannelMeter.pWrite, dataCallWrite);
-    EXPECT_NE(serialChannelMeter.pWrite, plainWrite);
-}
-
-TEST_P(Session, NullArgumentsOpenNothing)
-{
-    EXPECT_EQ(eOpen(e2e::kComNumber, nullptr, e2e::kTimeOuts, err), kBad);
-    EXPECT_EQ(eOpen(e2e::kComNumber, "baud=9600", nullptr, err), kBad);
-    EXPECT_EQ(eOpen(e2e::kComNumber, "baud=9600", e2e::kTimeOuts, nullptr), kBad);
-    EXPECT_EQ(eTcpOpen(1, nullptr, 0, 100, err), kBad);
-    EXPECT_EQ(eTcpOpen(1, "127.0.0.1", 0, 100, nullptr), kBad);
-    EXPECT_EQ(eClose(0, nullptr), kBad);
-    EXPECT_TRUE(ErrUntouched());
-}
-
-TEST_P(Session, OpenReadClose)
-{
-    ASSERT_TRUE(OpenSession());
-    char text[32] = {};
-    ASSERT_EQ(eReadFrequency(0, text, err), 1);
-    EXPECT_STREQ(text, "50.01");
-    EXPECT_EQ(eClose(0, err), 1);
-    opened = false;
-    EXPECT_TRUE(ErrUntouched());
 }
 
 TEST_P(Session, TcpOpenToNoListenerKeepsItsTimeOut)

@@ -1,6 +1,5 @@
-// Fault tests: the exports against a simulator that misbehaves, dies or hangs up, timed with the
-// monotonic clock. Besides the in-process simulator of the end-to-end tests, the zentor-sim program
-// runs as a child process, so that it can be killed in the middle of an answer.
+// Fault tests: the exports against a simulator that misbehaves, goes away or hangs up, timed with the
+// monotonic clock, and a soak; descriptors and trace lines counted.
 #pragma once
 
 #include "e2e/e2e_support.h"
@@ -9,21 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <mutex>
-#include <spawn.h>
 #include <string>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
-#include <poll.h>
-#include <fcntl.h>
-#include <vector>
-
-extern char** environ;
 
 namespace fault
 {
@@ -65,118 +52,5 @@ inline size_t LinesOf(const std::string& aPath, const char* pContaining = nullpt
     fclose(file);
     return count;
 }
-
-// zentor-sim as a child process with its hex trace read from its standard error.
-class SimProcess
-{
-public:
-    ~SimProcess() { Kill(); }
-
-    // Starts the program with the arguments (and --trace unless aTrace is false: a long run would pile
-    // up its lines here); returns its first output line: the device path or HOST:PORT.
-    std::string Start(const std::vector<std::string>& aArguments, bool aTrace = true)
-    {
-        int out[2];
-        int err[2];
-        if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
-            return {};
-        std::vector<std::string> words{ZENTOR_SIM_EXECUTABLE};
-        words.insert(words.end(), aArguments.begin(), aArguments.end());
-        if (aTrace)
-            words.push_back("--trace");
-        std::vector<char*> argv;
-        for (std::string& word : words)
-            argv.push_back(word.data());
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-        posix_spawn_file_actions_adddup2(&actions, err[1], 2);
-        const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        close(out[1]);
-        close(err[1]);
-        if (spawned != 0)
-        {
-            pid = -1;
-            close(out[0]);
-            close(err[0]);
-            return {};
-        }
-        errFd = err[0];
-        reader = std::thread([this] { ReadTrace(); });
-        std::string first;
-        char c = 0;
-        pollfd entry{out[0], POLLIN, 0};
-        while (poll(&entry, 1, 5000) > 0 && read(out[0], &c, 1) == 1 && c != '\n')
-            first += c;
-        close(out[0]);
-        return first;
-    }
-
-    // Waits until aCount trace lines (since the start) begin with aPrefix; false after aTimeoutMs.
-    bool WaitForTrace(const std::string& aPrefix, size_t aCount, int aTimeoutMs)
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, std::chrono::milliseconds(aTimeoutMs),
-                                [&]
-                                {
-                                    size_t count = 0;
-                                    for (const std::string& line : lines)
-                                        if (line.rfind("zentor-sim: " + aPrefix, 0) == 0)
-                                            ++count;
-                                    return count >= aCount;
-                                });
-    }
-
-    // SIGKILL, then reap the child and its trace reader.
-    void Kill()
-    {
-        if (pid > 0)
-        {
-            kill(pid, SIGKILL);
-            int status = 0;
-            waitpid(pid, &status, 0);
-            pid = -1;
-        }
-        if (reader.joinable())
-            reader.join();
-        if (errFd >= 0)
-            close(errFd);
-        errFd = -1;
-    }
-
-private:
-    void ReadTrace()
-    {
-        std::string line;
-        char buffer[256];
-        for (;;)
-        {
-            const ssize_t got = read(errFd, buffer, sizeof(buffer));
-            if (got <= 0)
-                return;
-            for (ssize_t i = 0; i < got; ++i)
-            {
-                if (buffer[i] != '\n')
-                {
-                    line += buffer[i];
-                    continue;
-                }
-                std::lock_guard<std::mutex> lock(mutex);
-                lines.push_back(line);
-                line.clear();
-                changed.notify_all();
-            }
-        }
-    }
-
-    pid_t pid = -1;
-    int errFd = -1;
-    std::thread reader;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<std::string> lines;
-};
 
 } // namespace fault

@@ -1,5 +1,6 @@
 // The GSM gateway packet codec (CRC-24, header, data checksum, answers) and the echo removal, byte for
-// byte; then the serial variants over a pseudo-terminal (POSIX build), whose other end plays the line.
+// byte. The variants that use them are driven end to end against the simulator's gateway, modem and
+// RS-485 echo lines (tests/e2e, tests/dll).
 #include "Q310/q310_channels.h"
 #include "Q310/q310_session.h"
 #include "shared/kel_trace.h"
@@ -9,14 +10,6 @@
 #include <cstring>
 #include <string>
 #include <vector>
-
-#ifndef _WIN32
-#include <fcntl.h>
-#include <poll.h>
-#include <pty.h>
-#include <termios.h>
-#include <unistd.h>
-#endif
 
 namespace
 {
@@ -163,149 +156,3 @@ TEST(EchoRemoval, ExactDifferingAndShortEchoes)
     EXPECT_EQ(count, 7u);
     EXPECT_EQ(Kel_Echo_Remove(echo.data(), 7, nullptr, 0, buffer, 6, &count), Kel_Bad);
 }
-
-#ifndef _WIN32
-namespace
-{
-// A pseudo-terminal pair: the variant works on the port side, the test plays the line on the other.
-class Line
-{
-public:
-    Line()
-    {
-        char name[256] = {};
-        if (openpty(&master, &slave, name, nullptr, nullptr) != 0)
-            return;
-        termios settings{};
-        tcgetattr(master, &settings);
-        cfmakeraw(&settings);
-        tcsetattr(master, TCSANOW, &settings);
-        Kel_P_Serial_CreateContext(&port);
-        if (Kel_P_Serial_Open(name, 1, &port) != Kel_Good)
-            return;
-        // A read returns 50 ms after the last byte, or after 500 ms.
-        const Kel_P_Serial_CommTimeouts timeouts{50, 0, 500, 0, 0};
-        opened = Kel_P_Serial_SetCommTimeouts(port.port_fd, &timeouts) != 0;
-    }
-    ~Line()
-    {
-        Kel_P_Serial_Close(&port);
-        if (slave >= 0)
-            close(slave);
-        if (master >= 0)
-            close(master);
-    }
-    // Everything the port side has written within 300 ms.
-    std::vector<uint8_t> Take()
-    {
-        std::vector<uint8_t> bytes;
-        pollfd wait{master, POLLIN, 0};
-        while (poll(&wait, 1, 300) > 0)
-        {
-            uint8_t chunk[256];
-            const ssize_t count = read(master, chunk, sizeof(chunk));
-            if (count <= 0)
-                break;
-            bytes.insert(bytes.end(), chunk, chunk + count);
-        }
-        return bytes;
-    }
-    void Give(const std::vector<uint8_t>& aBytes)
-    {
-        ASSERT_EQ(write(master, aBytes.data(), aBytes.size()), static_cast<ssize_t>(aBytes.size()));
-    }
-
-    Kel_P_Serial_Context port{};
-    bool opened = false;
-
-private:
-    int master = -1;
-    int slave = -1;
-};
-} // namespace
-
-TEST(SerialVariants, GatewayFirstExchangeRawThenPacked)
-{
-    Line line;
-    ASSERT_TRUE(line.opened);
-    Kel_SerialChannel_Context channel{};
-    ASSERT_EQ(Kel_SerialChannel_CreateContext_GatewayGSM(&line.port, &channel), Kel_Good);
-    EXPECT_EQ(channel.type, KEL_SERIALCHANNEL_TYPE_VARIANT);
-    EXPECT_EQ(line.port.isHardwarePort, 1u);
-    PORT = 0;
-    NUM = 0;
-
-    // The gateway's own dialogue: raw both ways; the first read switches to packets.
-    const std::vector<uint8_t> hello = Bytes({'A', 'T', '\r'});
-    uint32_t written = 0;
-    ASSERT_EQ(channel.pWrite(channel.pContext, hello.data(), 3, 100, &written), Kel_Good);
-    EXPECT_EQ(line.Take(), hello);
-    line.Give(Bytes({'O', 'K', '\r', '\n'}));
-    uint8_t buffer[32] = {};
-    uint32_t count = 0;
-    ASSERT_EQ(channel.pRead(channel.pContext, buffer, sizeof(buffer), 100, &count), Kel_Good);
-    EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + count), Bytes({'O', 'K', '\r', '\n'}));
-    EXPECT_EQ(PORT, 1);
-
-    // Then packets: number 1, two data bytes, port byte 1, checksum 0x02.
-    const std::vector<uint8_t> request = Bytes({0x01, 0x02});
-    ASSERT_EQ(channel.pWrite(channel.pContext, request.data(), 2, 100, &written), Kel_Good);
-    EXPECT_EQ(written, 2u);
-    EXPECT_EQ(NUM, 1u);
-    EXPECT_EQ(line.Take(), Bytes({0xD8, 0x56, 0x7C, 0x01, 0x00, 0x02, 0x00, 0x01, 0x01, 0x02, 0x02}));
-    line.Give(Bytes({0x00, 0x00, 0x00, 0x01, 0x00, 0x03, 0x00, 0x01, 0xAA, 0xBB, 0xCC, 0x00}));
-    ASSERT_EQ(channel.pRead(channel.pContext, buffer, sizeof(buffer), 100, &count), Kel_Good);
-    EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + count), Bytes({0xAA, 0xBB, 0xCC}));
-
-    // An answer that carries the previous packet's number is refused.
-    ASSERT_EQ(channel.pWrite(channel.pContext, request.data(), 2, 100, &written), Kel_Good);
-    const std::vector<uint8_t> second = line.Take();
-    ASSERT_EQ(second.size(), 11u);
-    EXPECT_EQ(second[3], 0x02);
-    line.Give(Bytes({0x00, 0x00, 0x00, 0x01, 0x00, 0x01, 0x00, 0x01, 0xAA, 0x00}));
-    EXPECT_EQ(channel.pRead(channel.pContext, buffer, sizeof(buffer), 100, &count), Kel_Bad);
-    EXPECT_EQ(count, 0u);
-    PORT = 0;
-    NUM = 0;
-}
-
-TEST(SerialVariants, EchoGsmAndRs485RemoveTheirEchoes)
-{
-    Line line;
-    ASSERT_TRUE(line.opened);
-    Kel_SerialChannel_Context channel{};
-    ASSERT_EQ(Kel_SerialChannel_CreateContext_EchoGSM(&line.port, &channel), Kel_Good);
-
-    const std::vector<uint8_t> request = Bytes({0x00, 0x00, 0x00, 0x2A, 0x01, 0xC1, 0x8E});
-    uint32_t written = 0;
-    ASSERT_EQ(channel.pWrite(channel.pContext, request.data(), 7, 100, &written), Kel_Good);
-    EXPECT_EQ(written, 7u);
-    EXPECT_EQ(aBytesWrited, 7);
-    EXPECT_EQ(line.Take(), request);
-    std::vector<uint8_t> echoAndAnswer = request;
-    echoAndAnswer.insert(echoAndAnswer.end(), {0x12, 0x34});
-    line.Give(echoAndAnswer);
-    uint8_t buffer[32] = {};
-    uint32_t count = 0;
-    ASSERT_EQ(channel.pRead(channel.pContext, buffer, sizeof(buffer), 100, &count), Kel_Good);
-    EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + count), Bytes({0x12, 0x34}));
-
-    // RS-485: the reference is the transport layer's last frame.
-    ASSERT_EQ(Kel_SerialChannel_CreateContext_EchoRS485(&line.port, &channel), Kel_Good);
-    const uint8_t frame[] = {0x00, 0x00, 0x00, 0x07, 0x2B, 0x10, 0x20};
-    const uint32_t frameSize = sizeof(frame);
-    pTransportOutFrame = frame;
-    pTransportOutFrameIndex = &frameSize;
-    ASSERT_EQ(channel.pWrite(channel.pContext, frame, frameSize, 100, &written), Kel_Good);
-    EXPECT_EQ(line.Take(), std::vector<uint8_t>(frame, frame + frameSize));
-    line.Give(std::vector<uint8_t>(frame, frame + frameSize));
-    ASSERT_EQ(channel.pRead(channel.pContext, buffer, sizeof(buffer), 100, &count), Kel_Good);
-    EXPECT_EQ(count, 0u);
-    std::vector<uint8_t> garbled(frame, frame + frameSize);
-    garbled[4] = 0x2C;
-    line.Give(garbled);
-    EXPECT_EQ(channel.pRead(channel.pContext, buffer, sizeof(buffer), 100, &count), Kel_Bad);
-    pTransportOutFrame = nullptr;
-    pTransportOutFrameIndex = nullptr;
-}
-#endif

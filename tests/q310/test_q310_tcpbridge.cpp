@@ -194,27 +194,3 @@ TEST_F(Bridge, RequestsOverSixtyFourBytesAreRefused)
     EXPECT_EQ(written, 64u);
     EXPECT_EQ(Take(), full);
 }
-
-TEST_F(Bridge, AsTheSessionChannelItHasNoLockAndKeepsParametersOnly)
-{
-    serialChannelMeter = channel;
-    uint32_t connected = 0;
-    EXPECT_EQ(Kel_SerialChannel_GetIsConnected(&serialChannelMeter, &connected), Kel_Good);
-    EXPECT_EQ(connected, 1u);
-    EXPECT_EQ(Kel_SerialChannel_SetParams(&serialChannelMeter, 9600, 0, 8, 1, 0), Kel_Good);
-    EXPECT_EQ(serialChannelMeter.baudRate, 9600u);
-    EXPECT_EQ(Kel_SerialChannel_ThreadLock(&serialChannelMeter, 10), Kel_Good);
-    EXPECT_EQ(Kel_SerialChannel_ThreadUnLock(&serialChannelMeter), Kel_Good);
-    EXPECT_EQ(Kel_SerialChannel_ClearBuffer(&serialChannelMeter, 1), Kel_Good);
-
-    uint32_t written = 0;
-    ASSERT_EQ(Kel_SerialChannel_Write(&serialChannelMeter, request.data(), 7, 250, &written), Kel_Good);
-    EXPECT_EQ(Take(), request);
-    Give({0x00, 0x00, 0x00, 0x2A, 0x01});
-    uint8_t buffer[16];
-    uint32_t count = 0;
-    ASSERT_EQ(Kel_SerialChannel_Read(&serialChannelMeter, buffer, sizeof(buffer), 250, &count), Kel_Good);
-    EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + count),
-              std::vector<uint8_t>({0x00, 0x00, 0x00, 0x2A, 0x01}));
-    serialChannelMeter = Kel_SerialChannel_Context{};
-}
