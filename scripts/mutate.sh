@@ -5,9 +5,11 @@
 #
 #   scripts/mutate.sh [--list] [NAME...]
 #
-# --list prints the faults and stops; NAMEs choose a subset. MUTATE_DIR keeps the scratch copy and its
-# build between runs (default: a new temporary folder, removed at the end). CMAKE_CXX_COMPILER_LAUNCHER
-# from the environment is honoured (ccache), MUTATE_JOBS sets the parallelism (default 2).
+# --list prints the faults and stops; NAMEs choose a subset. The scratch copy lives in MUTATE_DIR
+# (default build/mutate, ignored by git) and is kept with its build, so a second run is incremental;
+# it is built like a plain native build (`cmake --preset native` in the copy), so with ccache
+# (CMAKE_CXX_COMPILER_LAUNCHER from the environment) unchanged files come from the cache. MUTATE_JOBS
+# sets the parallelism (default 2).
 # Exit status: 0 when every chosen fault was caught; 1 when one survived or its original text was not
 # found exactly once (NOT APPLIED: the code drifted and the table needs updating).
 set -uo pipefail
@@ -21,7 +23,7 @@ faults_table() {
 crc_init	protocols/orlenta/1phase/kel_zentor1phase_transport.cpp	uint8_t hi = 0xFF;	uint8_t hi = 0xFE;
 length_check	protocols/orlenta/1phase/kel_zentor1phase_transport.cpp	if (received > 6 && Pack32	if (received > 7 && Pack32
 bcd_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pByte = static_cast<uint8_t>(((aValue / 10) << 4) | (aValue % 10));	*pByte = static_cast<uint8_t>(((aValue % 10) << 4) | (aValue / 10));
-retry_count	protocols/orlenta/1phase/kel_zentor1phase_application.cpp	for (uint32_t attempt = 1; attempt <= 3; ++attempt)	for (uint32_t attempt = 1; attempt <= 2; ++attempt)
+retry_count	protocols/orlenta/1phase/kel_zentor1phase_client.cpp	for (uint32_t attempt = 0; attempt < 3; ++attempt)	for (uint32_t attempt = 0; attempt < 2; ++attempt)
 byte_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 0)] << 8) | pBuffer[At(aOffset, 1)]);	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 1)] << 8) | pBuffer[At(aOffset, 0)]);
 cp1251_byte	Q310/q310_exports_session.cpp	Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.")	Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибкa.")
 trace_text	shared/src/shared/kel_serialchannel.cpp	"Kel_SerialChannel_Read, Size=%d, Timeout=%d"	"Kel_SerialChannel_Read, Size=%d Timeout=%d"
@@ -52,13 +54,9 @@ done
 # The scratch copy: tracked and untracked (not ignored) files of the working tree as they are now,
 # uncommitted changes included. A kept MUTATE_DIR gets only the files whose content changed, so its
 # build stays incremental.
-if [[ -n "${MUTATE_DIR:-}" ]]; then
-    work="$MUTATE_DIR"; keep=1
-else
-    work="$(mktemp -d "${TMPDIR:-/tmp}/q310-mutate.XXXXXX")"; keep=0
-fi
+work="${MUTATE_DIR:-$repo/build/mutate}"
 mkdir -p "$work/src"
-trap '[[ $keep == 1 ]] || rm -rf "$work"' EXIT
+build="$work/src/build/native"
 (cd "$repo" && git ls-files -z -co --exclude-standard) | python3 -c '
 import os, shutil, sys
 src, dst = sys.argv[1], sys.argv[2]
@@ -80,28 +78,21 @@ log="$work/log"
 mkdir -p "$log"
 start=$(date +%s)
 echo "=== scratch copy in $work; configure and build (native, RelWithDebInfo)"
-generator=()
-command -v ninja >/dev/null && [[ ! -f "$work/build/CMakeCache.txt" ]] && generator=(-G Ninja)
-launcher=()
-[[ -n "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ]] && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER="$CMAKE_CXX_COMPILER_LAUNCHER")
-if ! cmake -S "$work/src" -B "$work/build" "${generator[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
-        >"$log/configure.txt" 2>&1 ||
-   ! cmake --build "$work/build" -j "$jobs" >"$log/build.txt" 2>&1; then
+if ! (cd "$work/src" && cmake --preset native) >"$log/configure.txt" 2>&1 ||
+   ! cmake --build "$build" -j "$jobs" >"$log/build.txt" 2>&1; then
     echo "the unchanged tree does not build; see $log" >&2
     tail -20 "$log/build.txt" >&2
-    keep=1
     exit 1
 fi
 
 # The suite without the soak and the installation tests (slow, and blind to these faults).
 run_tests() {
-    ctest --test-dir "$work/build" -j "$jobs" -E 'soak|package' --timeout 300 >"$1" 2>&1
+    ctest --test-dir "$build" -j "$jobs" -E 'soak|package' --timeout 300 >"$1" 2>&1
 }
 echo "=== baseline: the suite on the unchanged tree"
 if ! run_tests "$log/baseline.txt"; then
     echo "the unchanged tree fails its tests; see $log/baseline.txt" >&2
     grep -A100 'tests failed' "$log/baseline.txt" >&2
-    keep=1
     exit 1
 fi
 
@@ -143,13 +134,13 @@ for line in "${chosen[@]}"; do
         status=1
         continue
     fi
-    if ! cmake --build "$work/build" -j "$jobs" >"$log/$name.build.txt" 2>&1; then
+    if ! cmake --build "$build" -j "$jobs" >"$log/$name.build.txt" 2>&1; then
         result="compiler only (build failed)"
     elif run_tests "$log/$name.tests.txt"; then
         result="SURVIVED"
         status=1
     else
-        failed="$work/build/Testing/Temporary/LastTestsFailed.log"
+        failed="$build/Testing/Temporary/LastTestsFailed.log"
         result="$(cut -d: -f2- "$failed" 2>/dev/null | sed 's/ (.*//' | paste -sd, - | sed 's/,/, /g')"
         [[ -n "$result" ]] || result="caught (failure list missing, see $log/$name.tests.txt)"
     fi
@@ -158,8 +149,8 @@ for line in "${chosen[@]}"; do
     echo "--- $name ($(( $(date +%s) - t0 )) s): $result"
 done
 
-# Leave the build matching the unchanged tree for the next run with MUTATE_DIR.
-cmake --build "$work/build" -j "$jobs" >"$log/rebuild.txt" 2>&1 || true
+# Leave the build matching the unchanged tree for the next run.
+cmake --build "$build" -j "$jobs" >"$log/rebuild.txt" 2>&1 || true
 
 echo
 echo "=== $(date -u '+%Y-%m-%d %H:%M UTC'), $(( $(date +%s) - start )) s"
