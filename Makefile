@@ -1,5 +1,5 @@
 # Thin front end: the real steps live in scripts/.
-.PHONY: demo test native windows sanitize fuzz bench clean format
+.PHONY: demo test native windows sanitize fuzz bench mutate clean format
 
 demo:
 	bash scripts/demo.sh
@@ -22,6 +22,10 @@ fuzz:
 
 bench:
 	bash scripts/bench.sh
+
+# Deliberate faults, one at a time, in a scratch copy; slow, so not part of `make test`.
+mutate:
+	bash scripts/mutate.sh
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
