@@ -13,6 +13,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -30,37 +31,22 @@ std::string At(const std::string& aText, const std::string& aFile = kUtils)
     return aText + ", File=" + aFile + ", Line=N";
 }
 
-// Sets the TZ variable (a POSIX-style text that the C libraries of both builds read) while it lives.
-class ScopedTimeZone
+// Sets the TZ variable (a POSIX-style text that the C libraries of both builds read) while it lives;
+// the test program starts without one.
+struct ScopedTimeZone
 {
-public:
-    explicit ScopedTimeZone(const char* pZone)
-    {
-        const char* pOld = getenv("TZ");
-        mHadOld = pOld != nullptr;
-        mOld = mHadOld ? pOld : "";
-        Set(pZone);
-    }
-    ~ScopedTimeZone() { Set(mHadOld ? mOld.c_str() : nullptr); }
-
-private:
+    explicit ScopedTimeZone(const char* pZone) { Set(pZone); }
+    ~ScopedTimeZone() { Set("UTC0"); }
     static void Set(const char* pZone)
     {
 #if defined(_WIN32)
-        static std::string assignment; // _putenv keeps no copy on every runtime
-        assignment = std::string("TZ=") + (pZone != nullptr ? pZone : "");
-        _putenv(assignment.c_str());
+        _putenv_s("TZ", pZone);
         _tzset();
 #else
-        if (pZone != nullptr)
-            setenv("TZ", pZone, 1);
-        else
-            unsetenv("TZ");
+        setenv("TZ", pZone, 1);
         tzset();
 #endif
     }
-    bool mHadOld;
-    std::string mOld;
 };
 
 // The local fields of a record as "YYYY-MM-DD hh:mm:ss.mmm".
@@ -472,100 +458,62 @@ TEST(UtilsDates, TextFormsAndMonthSteps)
     EXPECT_EQ(Fields(leapDay), "2028-02-29 00:00:00.000");
 }
 
-TEST(Utils, NumbersBitsAndSubstrings)
+TEST(Utils, NumbersBitsSubstringsPathsAndHexText)
 {
-    const struct
-    {
-        double value;
-        uint8_t digits;
-        double rounded;
-    } rounding[] = {{-2.375, 2, -2.38},
-                    {2.5, 0, 3.0},
-                    {-2.5, 0, -3.0},
-                    {2.4999, 0, 2.0},
-                    {49.9951, 2, 50.0},
-                    {1234.5678, 1, 1234.6},
-                    {4294967295.0, 0, 4294967295.0},
-                    {4294967296.0, 0, 0.0},
-                    {std::nan(""), 2, 0.0}};
-    for (const auto& r : rounding)
-        EXPECT_DOUBLE_EQ(Kel_Utils_RoundValue(r.value, r.digits), r.rounded) << r.value;
-    EXPECT_DOUBLE_EQ(Kel_Utils_MathPow(2.0, 2.5), 8.0); // the exponent is rounded up
-    EXPECT_DOUBLE_EQ(Kel_Utils_MathPow(10.0, 0.1), 10.0);
-    EXPECT_DOUBLE_EQ(Kel_Utils_MathPow(-3.0, 3.0), -27.0);
-    EXPECT_DOUBLE_EQ(Kel_Utils_MathPow(5.0, -2.0), 1.0);
+    using std::tuple;
+    for (auto [value, digits, rounded] :
+         {tuple{-2.375, 2, -2.38}, tuple{2.5, 0, 3.0}, tuple{-2.5, 0, -3.0}, tuple{2.4999, 0, 2.0},
+          tuple{49.9951, 2, 50.0}, tuple{1234.5678, 1, 1234.6}, tuple{4294967295.0, 0, 4294967295.0},
+          tuple{4294967296.0, 0, 0.0}, tuple{std::nan(""), 2, 0.0}})
+        EXPECT_DOUBLE_EQ(Kel_Utils_RoundValue(value, static_cast<uint8_t>(digits)), rounded) << value;
+    for (auto [base, exponent, power] :
+         {tuple{2.0, 2.5, 8.0}, tuple{10.0, 0.1, 10.0}, tuple{-3.0, 3.0, -27.0}, tuple{5.0, -2.0, 1.0}})
+        EXPECT_DOUBLE_EQ(Kel_Utils_MathPow(base, exponent), power) << base << "^" << exponent; // rounded up
     EXPECT_DOUBLE_EQ(Kel_Utils_MathAbs(-1.5), 1.5);
-
-    const struct
-    {
-        uint32_t low, high;
-        int8_t bit;
-        uint32_t set;
-    } bits[] = {{1, 0, 0, 1},
-                {0xFFFFFFFEu, 0xFFFFFFFFu, 0, 0},
-                {0, 0x80000000u, 63, 1},
-                {0xFFFFFFFFu, 0x7FFFFFFFu, 63, 0},
-                {0, 1, 32, 1},
-                {0x80000000u, 0, 31, 1},
-                {0xFFFFFFFFu, 0xFFFFFFFFu, 64, 0},
-                {0xFFFFFFFFu, 0xFFFFFFFFu, -1, 0}};
-    for (const auto& b : bits)
-        EXPECT_EQ(Kel_Utils_IsSetBit64(b.low, b.high, b.bit), b.set) << int(b.bit);
+    for (auto [low, high, bit, set] :
+         {tuple{1u, 0u, 0, 1u}, tuple{0xFFFFFFFEu, 0xFFFFFFFFu, 0, 0u}, tuple{0u, 0x80000000u, 63, 1u},
+          tuple{0xFFFFFFFFu, 0x7FFFFFFFu, 63, 0u}, tuple{0u, 1u, 32, 1u}, tuple{0x80000000u, 0u, 31, 1u},
+          tuple{0xFFFFFFFFu, 0xFFFFFFFFu, 64, 0u}, tuple{0xFFFFFFFFu, 0xFFFFFFFFu, -1, 0u}})
+        EXPECT_EQ(Kel_Utils_IsSetBit64(low, high, static_cast<int8_t>(bit)), set) << bit;
     uint64_t mask = 0;
     for (int8_t bit : {0, 63, 32})
         EXPECT_EQ(Kel_Utils_SetBit64(&mask, bit), Kel_Good);
     EXPECT_EQ(mask, 0x8000000100000001ull);
-
-    const struct
-    {
-        const char *text, *part;
-        uint32_t count;
-    } substrings[] = {{"aaa", "aa", 2},   {"abababa", "aba", 3}, {"OK\r\nOK\r\n", "\r\n", 2},
-                      {"abc", "abcd", 0}, {"", "a", 0},          {"abc", "", 0}};
-    for (const auto& s : substrings)
+    for (auto [text, part, expected] :
+         {tuple{"aaa", "aa", 2u}, tuple{"abababa", "aba", 3u}, tuple{"OK\r\nOK\r\n", "\r\n", 2u},
+          tuple{"abc", "abcd", 0u}, tuple{"", "a", 0u}, tuple{"abc", "", 0u}})
     {
         uint32_t count = 99;
-        EXPECT_EQ(Kel_Utils_CountSubstringsInString(s.text, s.part, &count), Kel_Good);
-        EXPECT_EQ(count, s.count) << s.text << " / " << s.part;
+        EXPECT_EQ(Kel_Utils_CountSubstringsInString(text, part, &count), Kel_Good);
+        EXPECT_EQ(count, expected) << text << " / " << part; // overlaps count
     }
     int values[] = {5, -1, 3, 3, 0};
     EXPECT_EQ(Kel_Utils_QSort(values, 4, sizeof(int), CompareInts, nullptr), Kel_Good); // the first four
     EXPECT_EQ(std::vector<int>(values, values + 5), (std::vector<int>{-1, 3, 3, 5, 0}));
-}
 
-TEST(Utils, PathSeparatorAndHexText)
-{
-    const struct
-    {
-        const char* before;
-        uint32_t size;
-        const char* after;
-    } paths[] = {{"tmp\0xyzw", 8, "tmp\\xyzw"}, {"tmp\\\0xyz", 8, "tmp\\\0xyz"},
-                 {"\0abcdefg", 8, "\0abcdefg"}, {"abcdefg\0", 8, "abcdefg\\"},
-                 {"abcdefgh", 8, "abcdefgh"},   {"abc\0defg", 3, "abc\0defg"}};
-    for (const auto& p : paths)
+    // The separator is written over the terminator, when the text is shorter than the buffer.
+    for (auto [before, size, after] :
+         {tuple{"tmp\0xyzw", 8u, "tmp\\xyzw"}, tuple{"tmp\\\0xyz", 8u, "tmp\\\0xyz"},
+          tuple{"\0abcdefg", 8u, "\0abcdefg"}, tuple{"abcdefg\0", 8u, "abcdefg\\"},
+          tuple{"abcdefgh", 8u, "abcdefgh"}, tuple{"abc\0defg", 3u, "abc\0defg"}})
     {
         char path[8];
-        memcpy(path, p.before, 8);
-        EXPECT_EQ(Kel_Utils_SetPathSeparator(path, p.size), Kel_Good);
-        EXPECT_EQ(std::string(path, 8), std::string(p.after, 8)) << p.after;
+        memcpy(path, before, 8);
+        EXPECT_EQ(Kel_Utils_SetPathSeparator(path, size), Kel_Good);
+        EXPECT_EQ(std::string(path, 8), std::string(after, 8));
     }
     const uint8_t data[] = {0xAB, 0xFF, 0x00};
-    const struct
-    {
-        const uint8_t* data;
-        uint32_t length, size;
-        const char* text;
-    } texts[] = {{data, 3, 20, "[3] AB FF 00"}, {data, 0, 20, "[0]"}, {data, 3, 13, "[3] AB FF 00"},
-                 {data, 3, 12, "[3] AB FF"},    {data, 3, 3, "[3"},   {nullptr, 3, 20, ""}};
-    for (const auto& t : texts)
+    for (auto [bytes, length, size, expected] :
+         {tuple{data, 3u, 20u, "[3] AB FF 00"}, tuple{data, 0u, 20u, "[0]"},
+          tuple{data, 3u, 13u, "[3] AB FF 00"}, tuple{data, 3u, 12u, "[3] AB FF"}, tuple{data, 3u, 3u, "[3"},
+          tuple{(const uint8_t*)nullptr, 3u, 20u, ""}})
     {
         char text[20];
         memset(text, 'x', sizeof(text));
-        EXPECT_EQ(Kel_Utils_DataToStr(t.data, t.length, text, t.size), Kel_Good);
-        EXPECT_STREQ(text, t.text);
-        EXPECT_EQ(text[t.size - 1], '\0');                          // the whole size is zeroed first
-        EXPECT_TRUE(t.size == sizeof(text) || text[t.size] == 'x'); // and nothing after it
+        EXPECT_EQ(Kel_Utils_DataToStr(bytes, length, text, size), Kel_Good);
+        EXPECT_STREQ(text, expected);
+        EXPECT_EQ(text[size - 1], '\0');                        // the whole size is zeroed first
+        EXPECT_TRUE(size == sizeof(text) || text[size] == 'x'); // and nothing after it
     }
 }
 
