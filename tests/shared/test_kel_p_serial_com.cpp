@@ -82,10 +82,11 @@ TEST(SerialPort, RejectedArgumentsTraceEntryAndName)
     {
         TraceCapture trace;
         EXPECT_EQ(call(), Kel_BadInvalidArgument) << form;
-        const std::string function(form, strchr(form, '|'));
+        const std::string text = form, function = text.substr(0, text.find('|'));
         const std::string entry =
             function.empty() ? "" : "--> Kel_Module_Serial::Kel_P_Serial_" + function + " (0x00000001)\n\n";
-        EXPECT_EQ(trace.Text(), entry + "<-- ReturnError: " + (strchr(form, '|') + 1) + " is NULL!\n" + At());
+        EXPECT_EQ(trace.Text(),
+                  entry + "<-- ReturnError: " + text.substr(function.size() + 1) + " is NULL!\n" + At());
     }
 }
 

@@ -167,6 +167,13 @@ TEST_F(PtyLine, ReadsGiveWhatIsQueuedAndTraceIt)
     EXPECT_EQ(TimedRead(3, {}, &elapsed), (Bytes{0x01, 0x02, 0x03})); // only what fits
     EXPECT_EQ(trace.Text(), "Read:[3] 01 02 03 \n<-- \"Kel_P_Serial_Read\" = 0x00000000 (GOOD).\n\n");
     EXPECT_EQ(TimedRead(3, {}, &elapsed), (Bytes{0x10, 0x11}));
+    // Bytes queued before a read that returns at the first byte: it returns at once, not at the constant.
+    ASSERT_EQ(write(mPeer, "\x20\x21", 2), 2);
+    ASSERT_EQ(WaitQueued(2), 2u);
+    SetTimeouts(0xFFFFFFFFu, 0xFFFFFFFFu, 3000);
+    EXPECT_EQ(TimedRead(10, {}, &elapsed), (Bytes{0x20, 0x21}));
+    EXPECT_LT(elapsed, 2500);
+    ASSERT_EQ(Kel_P_Serial_Set_Params(&mPort, 9600, 0, 8, 1, 0), Kel_Good);
     // Input arriving during the idle wait is there for the next read.
     Bytes first = TimedRead(4, {{2, {0x55}}}, &elapsed);
     if (first.empty())
