@@ -78,6 +78,16 @@ Kel_StatusCode ClockCreate(uint16_t aYear, uint8_t aMonth, uint8_t aDay, uint8_t
     return Kel_P_DateTime_CreateImp(aYear, aMonth, aDay, aHour, aMinute, aSecond, 0, pResult);
 }
 
+// The clock's conversion of "YYYY-MM-DD hh:mm:ss".
+Kel_StatusCode ClockCreate(const char* pFields, DateTime* pResult)
+{
+    unsigned year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    sscanf(pFields, "%u-%u-%u %u:%u:%u", &year, &month, &day, &hour, &minute, &second);
+    return ClockCreate(static_cast<uint16_t>(year), static_cast<uint8_t>(month), static_cast<uint8_t>(day),
+                       static_cast<uint8_t>(hour), static_cast<uint8_t>(minute), static_cast<uint8_t>(second),
+                       pResult);
+}
+
 // The rejection lines of the skeleton, as TraceCapture::Lines() gives them.
 std::vector<std::string> Null(const std::string& aName, const std::string& aFile = kUtils)
 {
@@ -248,36 +258,28 @@ TEST(UtilsDates, CreateChecksEveryFieldAndTheClockRefusesWithTheBareCode)
 TEST(UtilsDates, SignedThirtyTwoBitLimitsAndTheConversionFailure)
 {
     {
+        // The seconds of local fields in UTC, or a refusal (mktime's -1 for 1969-12-31 23:59:59 is a
+        // valid instant).
         ScopedTimeZone zone("UTC0");
-        struct Case
-        {
-            uint16_t year;
-            uint8_t month, day, hour, minute, second;
-            int64_t seconds; // -1 for a refusal; mktime's -1 for 1969-12-31 23:59:59 is a valid instant
-            bool good;
-        };
-        const Case cases[] = {
-            {2038, 1, 19, 3, 14, 7, INT32_MAX, true},
-            {2038, 1, 19, 3, 14, 8, 0, false},
-            {1901, 12, 13, 20, 45, 52, INT32_MIN, true},
-            {1901, 12, 13, 20, 45, 51, 0, false},
-            {1970, 1, 1, 0, 0, 0, 0, true},
-            {1969, 12, 31, 23, 59, 59, -1, true},
-            {1968, 2, 29, 12, 0, 0, -58017600, true},
-            {1904, 3, 1, 0, 0, 0, -2077660800, true},
-            {2024, 3, 15, 10, 20, 30, 1710498030, true},
-            {9999, 12, 31, 23, 59, 59, 0, false},
-        };
-        for (const Case& c : cases)
+        constexpr int64_t Refused = INT64_MIN;
+        for (auto [fields, seconds] :
+             {std::pair{"2038-01-19 03:14:07", int64_t{INT32_MAX}}, std::pair{"2038-01-19 03:14:08", Refused},
+              std::pair{"1901-12-13 20:45:52", int64_t{INT32_MIN}}, std::pair{"1901-12-13 20:45:51", Refused},
+              std::pair{"1970-01-01 00:00:00", int64_t{0}}, std::pair{"1969-12-31 23:59:59", int64_t{-1}},
+              std::pair{"1968-02-29 12:00:00", int64_t{-58017600}},
+              std::pair{"1904-03-01 00:00:00", int64_t{-2077660800}},
+              std::pair{"2024-03-15 10:20:30", int64_t{1710498030}},
+              std::pair{"9999-12-31 23:59:59", Refused}})
         {
             DateTime result{};
-            EXPECT_EQ(ClockCreate(c.year, c.month, c.day, c.hour, c.minute, c.second, &result),
-                      c.good ? Kel_Good : Kel_BadOutOfRange)
-                << c.year;
-            EXPECT_EQ(result.seconds, c.good ? c.seconds : 0) << c.year;
+            EXPECT_EQ(ClockCreate(fields, &result), seconds == Refused ? Kel_BadOutOfRange : Kel_Good)
+                << fields;
+            if (seconds != Refused && seconds != 0) // 0 is the empty record
+            {
+                EXPECT_EQ(Fields(result), std::string(fields) + ".000");
+            }
+            EXPECT_EQ(result.seconds, seconds == Refused ? 0 : seconds) << fields;
         }
-        EXPECT_EQ(Fields(DateTime{-58017600, 0}), "1968-02-29 12:00:00.000");
-        EXPECT_EQ(Fields(DateTime{-1, 0}), "1969-12-31 23:59:59.000");
     }
     // 2038-01-20 local passes the range checks in every zone and fails in the conversion.
     DateTime result{5, 5};
@@ -318,10 +320,10 @@ TEST(UtilsDates, TimeZones)
         EXPECT_EQ(Kel_Utils_UnixTimeToDateTime(unixTime, &back), Kel_Good);
         EXPECT_EQ(Fields(back), "2024-03-15 10:20:30.000");
         DateTime result{};
-        EXPECT_EQ(ClockCreate(1901, 12, 13, 23, 45, 52, &result), Kel_Good);
+        EXPECT_EQ(ClockCreate("1901-12-13 23:45:52", &result), Kel_Good);
         EXPECT_EQ(result.seconds, INT32_MIN);
-        EXPECT_EQ(ClockCreate(2038, 1, 19, 6, 14, 7, &result), Kel_Good);
-        EXPECT_EQ(ClockCreate(2038, 1, 19, 6, 14, 8, &result), Kel_BadOutOfRange);
+        EXPECT_EQ(ClockCreate("2038-01-19 06:14:07", &result), Kel_Good);
+        EXPECT_EQ(ClockCreate("2038-01-19 06:14:08", &result), Kel_BadOutOfRange);
     }
     {
         ScopedTimeZone zone("XXX5"); // west of UTC: the local epoch is a positive record
@@ -338,39 +340,36 @@ TEST(UtilsDates, TimeZones)
         EXPECT_EQ(Kel_Utils_DateTimeToUnixTime(&before, &unixTime), Kel_Good);
         EXPECT_EQ(unixTime, 0u); // before the local epoch
     }
-    const struct
+    for (auto [pZone, minutes] :
+         {std::pair{"UTC0", 0}, std::pair{"XXX-3", 180}, std::pair{"XXX-5:30", 330}, std::pair{"XXX3", -180}})
     {
-        const char* pZone;
-        int minutes;
-    } shifts[] = {{"UTC0", 0}, {"XXX-3", 180}, {"XXX-5:30", 330}, {"XXX3", -180}};
-    for (const auto& shift : shifts)
-    {
-        ScopedTimeZone zone(shift.pZone);
-        uint16_t minutes = 1;
-        EXPECT_EQ(Kel_Utils_GetLocalTimeShift(&minutes), Kel_Good);
-        EXPECT_EQ(minutes, static_cast<uint16_t>(shift.minutes)) << shift.pZone;
+        ScopedTimeZone zone(pZone);
+        uint16_t shift = 1;
+        EXPECT_EQ(Kel_Utils_GetLocalTimeShift(&shift), Kel_Good);
+        EXPECT_EQ(shift, static_cast<uint16_t>(minutes)) << pZone;
         DateTime local{}, utc{}, localAfter{};
         ASSERT_EQ(Kel_P_DateTime_GetTimeOfDayLocal(&local), Kel_Good);
         ASSERT_EQ(Kel_P_DateTime_GetTimeOfDayUTC(&utc), Kel_Good);
         ASSERT_EQ(Kel_P_DateTime_GetTimeOfDayLocal(&localAfter), Kel_Good);
         int64_t difference = 0;
         EXPECT_EQ(Kel_P_DateTime_DiffInSeconds(&local, &utc, &difference), Kel_Good);
-        EXPECT_GE(difference, shift.minutes * 60 - 1) << shift.pZone;
-        EXPECT_LE(difference, shift.minutes * 60 + (localAfter.seconds - local.seconds)) << shift.pZone;
+        EXPECT_GE(difference, minutes * 60 - 1) << pZone;
+        EXPECT_LE(difference, minutes * 60 + (localAfter.seconds - local.seconds)) << pZone;
     }
 }
 
 TEST(UtilsDates, WeekdaysComparisonAndEmptyRecords)
 {
-    const struct
-    {
-        uint16_t year, month, day;
-        uint32_t weekday;
-    } days[] = {{2026, 11, 9, 1},  {2026, 11, 10, 2}, {2026, 11, 11, 3}, {2026, 11, 12, 4},
-                {2026, 11, 13, 5}, {2026, 11, 14, 6}, {2026, 11, 15, 7}, {2000, 1, 1, 6},
-                {2024, 2, 29, 4},  {2024, 3, 1, 5},   {1601, 1, 1, 1},   {9999, 12, 31, 5}};
-    for (const auto& d : days)
-        EXPECT_EQ(Kel_Utils_GetDayOfWeek(d.year, d.month, d.day), d.weekday) << d.year << "-" << d.month;
+    // 1 = Monday .. 7 = Sunday: a week from Monday 2026-11-09, and dates through months 13 and 14.
+    for (auto [year, month, day, weekday] :
+         {std::tuple{2026, 11, 9, 1u}, std::tuple{2026, 11, 10, 2u}, std::tuple{2026, 11, 11, 3u},
+          std::tuple{2026, 11, 12, 4u}, std::tuple{2026, 11, 13, 5u}, std::tuple{2026, 11, 14, 6u},
+          std::tuple{2026, 11, 15, 7u}, std::tuple{2000, 1, 1, 6u}, std::tuple{2024, 2, 29, 4u},
+          std::tuple{2024, 3, 1, 5u}, std::tuple{1601, 1, 1, 1u}, std::tuple{9999, 12, 31, 5u}})
+        EXPECT_EQ(Kel_Utils_GetDayOfWeek(static_cast<uint16_t>(year), static_cast<uint16_t>(month),
+                                         static_cast<uint16_t>(day)),
+                  weekday)
+            << year << "-" << month << "-" << day;
 
     const DateTime a = Make(2024, 3, 15, 10, 20, 30, 123), empty{};
     const struct
