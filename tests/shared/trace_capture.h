@@ -50,18 +50,13 @@ public:
     // part comes out on the next line: it is joined back to its text, the line number written "N".
     std::vector<std::string> Lines()
     {
-        std::istringstream in(Stop());
+        std::istringstream in(std::regex_replace(Stop(), std::regex("(, Line=)[0-9]+(\n|$)"), "$1N$2"));
         std::vector<std::string> lines;
-        std::string line;
-        static const std::regex lineNumber(", Line=[0-9]+$");
-        while (std::getline(in, line))
+        for (std::string line; std::getline(in, line);)
         {
-            if (line.empty())
-                continue;
-            line = std::regex_replace(line, lineNumber, ", Line=N");
             if (line.rfind(", File=", 0) == 0 && !lines.empty())
                 lines.back() += line;
-            else
+            else if (!line.empty())
                 lines.push_back(line);
         }
         return lines;
@@ -77,15 +72,9 @@ private:
 inline std::string Messages(const std::string& aText)
 {
     std::istringstream lines(aText);
-    std::string line;
     std::string messages;
-    while (std::getline(lines, line))
-    {
-        const size_t file = line.find(", File=");
-        if (file != std::string::npos)
-            line.erase(file);
-        if (!line.empty())
+    for (std::string line; std::getline(lines, line);)
+        if (line = line.substr(0, line.find(", File=")); !line.empty())
             messages += line + "|";
-    }
     return messages;
 }
