@@ -61,7 +61,7 @@ Kel_StatusCode Kel_Sample_Steps(uint32_t aStep, Kel_StatusCode aCallee)
 std::string Dump(uint32_t aSize)
 {
     std::string text = "[" + std::to_string(aSize) + "] ";
-    char byte[8];
+    char byte[12];
     for (uint32_t i = 0; i < aSize; ++i)
     {
         snprintf(byte, sizeof(byte), "%02X ", i);
