@@ -198,7 +198,7 @@ int ExpectNullChecks(const char* pName, R (*pFunction)(A...), char* pScratch, ui
     int calls = 0;
     for (size_t i = 0; i < sizeof...(A); ++i)
     {
-        if (!kPointer[i] || (aUnchecked >> i & 1) != 0)
+        if (!kPointer[i] || (i < 32 && (aUnchecked >> i & 1) != 0))
             continue;
         EXPECT_EQ(CallWithNull(pFunction, i, pScratch, std::index_sequence_for<A...>{}), kBad)
             << pName << " with argument " << i << " null";
