@@ -423,13 +423,6 @@ TEST_F(ClientTest, SilentMeterGetsTheRequestTwiceAndEndsAsUnknownResponse)
     EXPECT_EQ(Kel_Zentor1Phase_Client_ReadModemAddressLevel(&client, &address, &level),
               Kel_BadDeviceUnknownResponse);
     EXPECT_EQ(meter.writes.size(), 6u);
-    Reset();
-    meter.Silent();
-    meter.Silent();
-    Answer({0x6C, 0x00, 0x07, 0x1F});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadModemAddressLevel(&client, &address, &level), Kel_Good);
-    EXPECT_EQ(meter.writes.size(), 3u);
-    EXPECT_EQ(address * 1000 + level, 7031);
 }
 
 TEST_F(ClientTest, ProfileAsksForTheBlockAndChecksEverySlot)
@@ -526,8 +519,6 @@ TEST_F(ClientTest, AnswersWithImpossibleContentsAreRefused)
         EXPECT_NE(text.find(line), std::string::npos) << line;
 }
 
-// The whole trace of one client command, line by line: the client, the application layer, the
-// transport and the channel calls beneath them.
 TEST_F(ClientTest, TraceOfOneReadSerial)
 {
     Answer({0x2F, 0x00, 0x00, 0x00, 0x01});
