@@ -29,13 +29,19 @@ struct EventsTest : ClientTest
         EXPECT_EQ(Kel_Zentor1Phase_Client_IsJournalChange(&client, aJournal, aPke, &changed), Kel_Good);
         return changed;
     }
-    // Journal 1's entry aIndex, answered with aAnswer: the entry as text.
-    std::string Read1(const char* pAnswer, uint8_t aIndex = 0)
+    // Entry aIndex of a journal, answered with aAnswer: the entry as text.
+    using Reader = Kel_StatusCode (*)(Kel_Zentor1Phase_ClientContext*, uint8_t,
+                                      Kel_Zentor1Phase_EventRecord*);
+    std::string Read(Reader aRead, const char* pAnswer, uint8_t aIndex = 0, Kel_StatusCode aStatus = Kel_Good)
     {
         Answer(Hex(pAnswer));
         memset(&record, 7, sizeof(record));
-        EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent1(&client, aIndex, &record), Kel_Good);
+        EXPECT_EQ(aRead(&client, aIndex, &record), aStatus);
         return Entry(record);
+    }
+    std::string Read1(const char* pAnswer, uint8_t aIndex = 0)
+    {
+        return Read(Kel_Zentor1Phase_Client_ReadEvent1, pAnswer, aIndex);
     }
 };
 } // namespace
@@ -44,14 +50,11 @@ TEST_F(EventsTest, JournalsDecodeTheirEntriesOrEmptyOnes)
 {
     EXPECT_EQ(Read1("34 01 14 35 59 28 02 24", 5), "3 0E 23 3B 1C 02 18");
     EXPECT_EQ(meter.writes.back(), Frame({0x34, 0x05}));
-    Answer({0x35, 0x02, 0x00, 0x00, 0x01, 0x01, 0x01, 0x10});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent2(&client, 63, &record), Kel_Good);
+    EXPECT_EQ(Read(Kel_Zentor1Phase_Client_ReadEvent2, "35 02 00 00 01 01 01 10", 63),
+              "12 00 00 01 01 01 0A");
     EXPECT_EQ(meter.writes.back(), Frame({0x35, 0x3F}));
-    EXPECT_EQ(Entry(record), "12 00 00 01 01 01 0A");
-    Answer({0x3A, 0x06, 0x23, 0x59, 0x59, 0x31, 0x12, 0x37});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent5(&client, 1, &record), Kel_Good);
+    EXPECT_EQ(Read(Kel_Zentor1Phase_Client_ReadEvent5, "3A 06 23 59 59 31 12 37", 1), "26 17 3B 3B 1F 0C 25");
     EXPECT_EQ(meter.writes.back(), Frame({0x3A, 0x01}));
-    EXPECT_EQ(Entry(record), "26 17 3B 3B 1F 0C 25");
 
     // All 0xFF, hour byte 0x3F, a 0xFF behind the hour, an event journal 1 does not have, hour 24,
     // month 13, not BCD: Good and empty. Hour 0x1A is 20 by the BCD tolerance.
@@ -63,15 +66,11 @@ TEST_F(EventsTest, JournalsDecodeTheirEntriesOrEmptyOnes)
     EXPECT_EQ(Read1("34 00 1A 00 00 01 01 10"), "2 14 00 00 01 01 0A");
 
     // Journal 5: an empty entry, an event of another journal (refused), its own event 20.
-    Answer({0x3A, 0xFF, 0x10, 0x00, 0x00, 0x01, 0x02, 0x24});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent5(&client, 0, &record), Kel_Good);
-    EXPECT_EQ(Entry(record), "0 00 00 00 00 00 00");
+    const Reader read5 = Kel_Zentor1Phase_Client_ReadEvent5;
+    EXPECT_EQ(Read(read5, "3A FF 10 00 00 01 02 24"), "0 00 00 00 00 00 00");
     EXPECT_EQ(Changed(5), 0u);
-    Answer({0x3A, 0x07, 0x10, 0x00, 0x00, 0x01, 0x02, 0x24});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent5(&client, 0, &record), Kel_BadDeviceUnknownResponse);
-    Answer({0x3A, 0x00, 0x10, 0x00, 0x00, 0x01, 0x02, 0x24});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent5(&client, 0, &record), Kel_Good);
-    EXPECT_EQ(record.type, 20u);
+    Read(read5, "3A 07 10 00 00 01 02 24", 0, Kel_BadDeviceUnknownResponse);
+    EXPECT_EQ(Read(read5, "3A 00 10 00 00 01 02 24"), "20 0A 00 00 01 02 18");
     EXPECT_EQ(Changed(5), 1u);
 }
 
@@ -98,17 +97,15 @@ TEST_F(EventsTest, ChangeDetectionFollowsTheNewestEntryOnly)
 
 TEST_F(EventsTest, JournalThreeDayRecordsAndJournalFourQualityEvents)
 {
-    Answer({0x36, 0x11, 0x22, 0x33, 0x44, 0x55, 0x28, 0x02, 0x24});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent3(&client, 0, &day), Kel_Good);
+    // The same record again, then one flag differing.
+    for (const auto& [last, changed] : {std::pair{0x55, 1u}, {0x55, 0u}, {0x56, 1u}})
+    {
+        Answer({0x36, 0x11, 0x22, 0x33, 0x44, uint8_t(last), 0x28, 0x02, 0x24});
+        EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent3(&client, 0, &day), Kel_Good);
+        EXPECT_EQ(Changed(3), changed);
+    }
     EXPECT_EQ(meter.writes.back(), Frame({0x36, 0x00}));
-    EXPECT_EQ(Hex(&day, 8), "22 11 33 55 44 1C 02 18");
-    EXPECT_EQ(Changed(3), 1u);
-    Answer({0x36, 0x11, 0x22, 0x33, 0x44, 0x55, 0x28, 0x02, 0x24});
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent3(&client, 0, &day), Kel_Good);
-    EXPECT_EQ(Changed(3), 0u);
-    Answer({0x36, 0x11, 0x22, 0x33, 0x44, 0x56, 0x28, 0x02, 0x24}); // one flag differs
-    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadEvent3(&client, 0, &day), Kel_Good);
-    EXPECT_EQ(Changed(3), 1u);
+    EXPECT_EQ(Hex(&day, 8), "22 11 33 56 44 1C 02 18");
     for (const Bytes& date : {Bytes{0xFF, 0x02, 0x24}, Bytes{0x28, 0x13, 0x24}, Bytes{0x00, 0x01, 0x24}})
     {
         Answer({0x36, 0x11, 0x22, 0x33, 0x44, 0x55, date[0], date[1], date[2]});
