@@ -77,6 +77,8 @@ TEST(MeterText, EveryFormItsTextAndItsLimits)
     for (int i = 0; i < 10; ++i)
         tenParams += ", Params[" + std::to_string(i) + "]=(ParamType=" + std::to_string(i + 1) +
                      ", ParamValue=0.000000)";
+    const TextCall scheduleText = [&](char* p, uint32_t n)
+    { return Kel_EnergyShared_ScheduleParamsToStr(&schedule, p, n); };
     const std::string valueList =
         "ValuesCount=2, Values[0]=(ValueType=257, Value=1234.500000, Quality=0, TariffRate=0), "
         "Values[1]=(ValueType=7, Value=-1.250000, Quality=2, TariffRate=3)";
@@ -90,11 +92,9 @@ TEST(MeterText, EveryFormItsTextAndItsLimits)
         uint32_t size = 4096;
         Kel_StatusCode status = Kel_Good;
     } forms[] = {
-        {[&](char* p, uint32_t n) { return Kel_EnergyShared_ScheduleParamsToStr(&schedule, p, n); },
-         kDefaultScheduleText},
-        {[&](char* p, uint32_t n) { return Kel_EnergyShared_ScheduleParamsToStr(&schedule, p, n); },
-         kDefaultScheduleText.substr(0, 99), 100},
-        {[&](char* p, uint32_t n) { return Kel_EnergyShared_ScheduleParamsToStr(&schedule, p, n); }, "", 1},
+        {scheduleText, kDefaultScheduleText},
+        {scheduleText, kDefaultScheduleText.substr(0, 99), 100},
+        {scheduleText, "", 1},
         {[&](char* p, uint32_t n)
          { return Kel_EnergyShared_WriteScheduleParamsToStr(&when, &schedule, p, n); },
          "StartTime=2024.03.15 10:20:30.000, Schedule=(" + kDefaultScheduleText + ")"},

