@@ -40,8 +40,7 @@ ScheduleParams BaseSchedule()
 
 TEST(ScheduleVerify, DefaultScheduleAndEachBrokenRule)
 {
-    // An empty record becomes one season from 1 January, one week of day schedule 1, one point 00:00
-    // with the default tariff; the default is checked like any other tariff.
+    // An empty record gets one season, week and 00:00 point with the default tariff, itself checked.
     ScheduleParams s{};
     ASSERT_EQ(Verify(s, 4, 2, 8), Kel_Good);
     EXPECT_TRUE(SameBytes(s, MakeSchedule({{1, 1, 1}}, {AllDays(1, 1)}, {{1, 0, 0, 2}})));
@@ -85,8 +84,7 @@ TEST(ScheduleVerify, DefaultScheduleAndEachBrokenRule)
     EXPECT_EQ(Verify(three, 4, 1, 3), Kel_Good);
     ScheduleParams none = BaseSchedule();
     EXPECT_EQ(Verify(none, 4, 1, 0), Kel_BadInvalidArgument);
-    // Deliberately not checked: 31 April, a first season after 1 January, a day schedule without a
-    // point at 00:00, sparse identifiers.
+    // Not checked: 31 April, a first season after 1 January, no 00:00 point, sparse identifiers.
     ScheduleParams loose = MakeSchedule({{4, 31, 7}}, {AllDays(7, 40)}, {{40, 6, 30, 1}});
     EXPECT_EQ(Verify(loose, 4, 1, 2), Kel_Good);
     // A count above its capacity is refused before anything reaches past the record.
@@ -103,8 +101,7 @@ TEST(ScheduleBinary, LayoutCursorAndBounds)
                                            0x02, 1, 1, 1, 1, 1, 1, 1, 1, 2, 1, 1, 1, 1, 1, 2, 2, // weeks
                                            0x03, 1, 0, 0, 1, 1, 7, 0, 2, 2, 0, 0, 3,             // points
                                            0x01, 1, 7, 2})); // special days
-    // The writer appends at the cursor and leaves the bytes before it alone; the reader reads from its
-    // cursor.
+    // The writer appends at the cursor, the reader reads from its cursor.
     Kel_Memory_Context memory{};
     ASSERT_EQ(Kel_Memory_Alloc(&memory, 0), Kel_Good);
     uint32_t cursor = 0;
@@ -119,8 +116,7 @@ TEST(ScheduleBinary, LayoutCursorAndBounds)
     EXPECT_TRUE(SameBytes(back, base));
     Kel_Memory_Free(&memory);
 
-    // Counts above the capacities: the reader stores up to the capacity and stops; the writer writes the
-    // sections before.
+    // Counts above capacity: the reader stores up to it and stops; the writer writes the sections before.
     auto stream = [](uint8_t seasons, uint8_t weeks, uint8_t days, uint8_t specials)
     {
         std::vector<uint8_t> b{seasons};
@@ -190,8 +186,7 @@ TEST(ScheduleShrink, MergesEqualDaysWeeksAndSeasonsOnly)
         ASSERT_EQ(Kel_EnergyShared_Schedule_ShrinkDays(&differ), Kel_Good);
         EXPECT_EQ(differ.DaysCount * 10 + differ.Weeks[0].DayIds[6], count * 10 + 5);
     }
-    // Weeks 1 and 2 name the same day schedules: seasons of week 2 move to week 1; the exact copy of
-    // week 3 goes.
+    // Weeks 1 and 2 are equal: seasons of week 2 move to week 1; the copy of week 3 goes.
     ScheduleParams weeks = MakeSchedule({{1, 1, 2}, {5, 1, 3}, {9, 1, 1}},
                                         {AllDays(3, 2), AllDays(2, 1), AllDays(1, 1), AllDays(3, 2)},
                                         {{1, 0, 0, 1}, {2, 0, 0, 2}});
@@ -302,8 +297,7 @@ TEST(ScheduleBuild, MonthByMonthShrinksToSeasons)
                                            {7, 22, 0, 2}})))
         << ::testing::PrintToString(ToBytes(s));
 
-    // Twelve months of seven one-point day schedules fill the 84 points exactly: overwriting needs no
-    // room, a new point does not fit.
+    // 12 x 7 one-point day schedules fill the 84 points: an overwrite fits, a new point does not.
     ScheduleParams fill{};
     for (uint8_t month = 1; month <= 12; ++month)
         for (uint8_t weekDay = 0; weekDay < 7; ++weekDay)
@@ -340,8 +334,7 @@ TEST(ScheduleBuild, MonthByMonthShrinksToSeasons)
 
 namespace
 {
-// The tariffs found on every date and weekday at each switch time of the records below and the minute
-// before it.
+// The tariffs on every date and weekday at each half hour of the records below and the minute before.
 std::vector<int> Answers(const ScheduleParams& s)
 {
     std::vector<int> answers;
@@ -356,8 +349,7 @@ std::vector<int> Answers(const ScheduleParams& s)
 
 TEST(ScheduleProperty, ShrinkKeepsEveryAnswerAndTheBinaryFormRoundTrips)
 {
-    // Records with repeats at every level, entries out of order; all but the base one have something
-    // to merge.
+    // Records with repeats at every level, out of order; all but the first have something to merge.
     const ScheduleParams records[] = {
         BaseSchedule(),
         MakeSchedule({{6, 1, 2}, {1, 1, 1}}, {{1, {3, 3, 3, 3, 3, 5, 5}}, AllDays(2, 5)},

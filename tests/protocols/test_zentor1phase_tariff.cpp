@@ -60,8 +60,7 @@ const Zones kFlatZones = {{2, 0, 0}};
 
 struct TariffTest : ClientTest
 {
-    // Writes the schedule to a meter that acknowledges the whole write: the count, 96 zone tables, 2
-    // holiday tables.
+    // Writes to a meter acknowledging the count, 96 zone tables and 2 holiday tables.
     Kel_StatusCode Write(const ScheduleParams& aSchedule)
     {
         Reset();
@@ -101,8 +100,7 @@ TEST_F(TariffTest, DayNightScheduleGoesOutAsCountZoneTablesAndEmptyHolidays)
     EXPECT_EQ(Request(97), Frame(Holidays(0x10, {}, 0)));
     EXPECT_EQ(Request(98), Frame(Holidays(0x10, {}, 1)));
 
-    // The tariff count is the highest tariff but at least one; tariff 0 has no zone index, such points
-    // go out as unused zones.
+    // The count is the highest tariff, at least 1; tariff 0 points go out as unused zones.
     ScheduleParams schedule = DayNightSchedule();
     schedule.Days[0].ScheduleValue = 0;
     schedule.Days[1].ScheduleValue = 0;
