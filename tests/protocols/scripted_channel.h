@@ -1,8 +1,5 @@
-// A scripted meter behind a serial channel, and a client over it, for the protocol tests: every write
-// is recorded, and the answer scripted for the n-th write is handed out in chunks, each after its own
-// delay; a silent answer makes reads wait a little and bring nothing; read and write statuses can be
-// forced. Frames are built here with the bit-by-bit CRC of the data buffer, independent of the
-// transport.
+// A scripted meter behind a serial channel: writes are recorded, the answer to the n-th write comes in
+// delayed chunks or not at all, statuses can be forced. Frames use the data buffer's own CRC routine.
 #pragma once
 
 #include "protocols/orlenta/1phase/kel_zentor1phase_client.h"
@@ -21,7 +18,6 @@
 
 using Bytes = std::vector<uint8_t>;
 
-// "2F 00 bc" -> bytes.
 inline Bytes Hex(const char* pText)
 {
     Bytes bytes;
@@ -30,27 +26,22 @@ inline Bytes Hex(const char* pText)
     return bytes;
 }
 
-// bytes -> "2F 00 BC".
 inline std::string Hex(const void* pData, size_t aSize)
 {
     std::string text;
     char byte[4];
     for (size_t i = 0; i < aSize; ++i)
-    {
-        snprintf(byte, sizeof(byte), i == 0 ? "%02X" : " %02X", static_cast<const uint8_t*>(pData)[i]);
-        text += byte;
-    }
+        text +=
+            (snprintf(byte, sizeof(byte), i == 0 ? "%02X" : " %02X", static_cast<const uint8_t*>(pData)[i]),
+             byte);
     return text;
 }
 
 // address (big-endian), payload, CRC-16/MODBUS low byte then high byte.
 inline Bytes MakeFrame(uint32_t aAddress, const Bytes& aPayload)
 {
-    Bytes frame;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        frame.push_back(static_cast<uint8_t>(aAddress >> shift));
-    for (uint8_t byte : aPayload)
-        frame.push_back(byte);
+    Bytes frame{uint8_t(aAddress >> 24), uint8_t(aAddress >> 16), uint8_t(aAddress >> 8), uint8_t(aAddress)};
+    frame.insert(frame.end(), aPayload.begin(), aPayload.end());
     uint16_t crc = 0;
     Kel_Memory_CrcModbusCalc(frame.data(), static_cast<int32_t>(frame.size()), &crc);
     frame.push_back(static_cast<uint8_t>(crc));
@@ -71,7 +62,6 @@ struct ScriptedMeter
     std::vector<Chunk> pending;             // the answer to the last write
     std::chrono::steady_clock::time_point lastEvent{};
     uint32_t clears = 0;
-    uint32_t reads = 0;
     Kel_StatusCode readStatus = Kel_Good;  // forced result of every read
     Kel_StatusCode writeStatus = Kel_Good; // forced result of every write
     Kel_SerialChannel_Context channel{};
@@ -87,8 +77,6 @@ struct ScriptedMeter
             return Kel_Good;
         };
     }
-    ScriptedMeter(const ScriptedMeter&) = delete;
-    ScriptedMeter& operator=(const ScriptedMeter&) = delete;
 
     void Answer(const Bytes& aFrame) { answers.push_back({Chunk{aFrame, 0}}); }
     void Silent() { answers.push_back({}); }
@@ -102,10 +90,7 @@ struct ScriptedMeter
         meter.writes.emplace_back(pBuffer, pBuffer + aSize);
         meter.pending.clear();
         if (!meter.answers.empty())
-        {
-            meter.pending = std::move(meter.answers.front());
-            meter.answers.pop_front();
-        }
+            meter.pending = std::move(meter.answers.front()), meter.answers.pop_front();
         meter.lastEvent = std::chrono::steady_clock::now();
         *pWritten = aSize;
         return Kel_Good;
@@ -115,7 +100,6 @@ struct ScriptedMeter
                                uint32_t* pReceived)
     {
         ScriptedMeter& meter = *static_cast<ScriptedMeter*>(pContext);
-        ++meter.reads;
         *pReceived = 0;
         if (meter.readStatus != Kel_Good)
             return meter.readStatus;

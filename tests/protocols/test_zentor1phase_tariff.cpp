@@ -1,9 +1,6 @@
-// Tariff schedule transfer over a scripted meter: the exact frames a schedule is written as (tariff
-// count, 12 x 8 zone tables with the wrap zone and the holiday column's fallback, holiday dates), the
-// schedule rebuilt from scripted tables (the weekday column shift, holidays by month, the merging), and
-// the failure paths. Expected frames are built here from the wire layout (BCD by hand, CRC by the data
-// buffer's bit-by-bit routine); two frames are spelled out byte for byte. The write puts weekday index
-// i into column i, the read takes column 0 as index 6 and column k as k - 1.
+// Tariff schedule transfer: the frames a schedule is written as, the schedule rebuilt from scripted
+// tables, the failure paths. The write puts weekday index i into column i; the read takes column 0 as
+// index 6 and column k as k - 1.
 #include "protocols/orlenta/1phase/kel_zentor1phase_tariff.h"
 
 #include "energyshared/schedule_helpers.h"
@@ -63,8 +60,7 @@ const Zones kFlatZones = {{2, 0, 0}};
 
 struct TariffTest : ClientTest
 {
-    // Writes the schedule to a meter that acknowledges the whole write: the count, 96 zone tables, 2
-    // holiday tables.
+    // Writes to a meter acknowledging the count, 96 zone tables and 2 holiday tables.
     Kel_StatusCode Write(const ScheduleParams& aSchedule)
     {
         Reset();
@@ -104,8 +100,7 @@ TEST_F(TariffTest, DayNightScheduleGoesOutAsCountZoneTablesAndEmptyHolidays)
     EXPECT_EQ(Request(97), Frame(Holidays(0x10, {}, 0)));
     EXPECT_EQ(Request(98), Frame(Holidays(0x10, {}, 1)));
 
-    // The tariff count is the highest tariff but at least one; tariff 0 has no zone index, such points
-    // go out as unused zones.
+    // The count is the highest tariff, at least 1; tariff 0 points go out as unused zones.
     ScheduleParams schedule = DayNightSchedule();
     schedule.Days[0].ScheduleValue = 0;
     schedule.Days[1].ScheduleValue = 0;
@@ -216,18 +211,15 @@ TEST_F(TariffTest, WriteFailuresEndTheTransfer)
           "GetDaySchedule - Fail, Month=2, DayOfWeek=8, File="})
         EXPECT_NE(text.find(line), std::string::npos) << line;
 
-    // No seasons, a season whose week is missing, a zone the table write cannot encode (hour 100):
-    // nothing but the count goes out.
-    for (int variant = 0; variant < 3; ++variant)
+    // No seasons, a season whose week is missing, an hour the table write cannot encode: only the count.
+    for (const auto& breakIt :
+         {+[](ScheduleParams& s) { s.SeasonsCount = 0; }, +[](ScheduleParams& s) { s.Seasons[0].WeekId = 2; },
+          +[](ScheduleParams& s) { s.Days[1].Hour = 100; }})
     {
         schedule = DayNightSchedule();
-        (variant == 0   ? schedule.SeasonsCount
-         : variant == 1 ? schedule.Seasons[0].WeekId
-                        : schedule.Days[1].Hour) = variant == 0   ? 0
-                                                   : variant == 1 ? 2
-                                                                  : 100;
-        EXPECT_EQ(Write(schedule), Kel_BadInvalidArgument) << variant;
-        EXPECT_EQ(meter.writes.size(), 1u) << variant;
+        breakIt(schedule);
+        EXPECT_EQ(Write(schedule), Kel_BadInvalidArgument);
+        EXPECT_EQ(meter.writes.size(), 1u);
     }
 
     // A tariff count the meter refuses is traced with the last answer.
