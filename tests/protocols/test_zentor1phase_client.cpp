@@ -403,6 +403,15 @@ TEST_F(ClientTest, SilentMeterGetsTheRequestTwiceAndEndsAsUnknownResponse)
         trace.Stop().find(
             "<-- ReturnError: pContext->ApplicationContext.inBufferIndex != 5 is true! Return 0x8A050000\n"),
         std::string::npos);
+    // The modem's address and level: up to three reads, each with its one repetition.
+    Reset();
+    for (int i = 0; i < 6; ++i)
+        meter.Silent();
+    uint16_t address = 1;
+    uint8_t level = 1;
+    EXPECT_EQ(Kel_Zentor1Phase_Client_ReadModemAddressLevel(&client, &address, &level),
+              Kel_BadDeviceUnknownResponse);
+    EXPECT_EQ(meter.writes.size(), 6u);
 }
 
 TEST_F(ClientTest, ProfileAsksForTheBlockAndChecksEverySlot)
