@@ -69,12 +69,10 @@ TEST(SerialPort, RejectedArgumentsTraceEntryAndName)
     const std::pair<std::function<Kel_StatusCode()>, const char*> cases[] = {
         {[&] { return Kel_P_Serial_CreateContext(nullptr); }, "CreateContext|Arg pSerialContext"},
         {[&] { return Kel_P_Serial_Open(nullptr, 1, &context); }, "Open|Arg aPortName"},
-        {[&] { return Kel_P_Serial_Open("COM1", 1, nullptr); }, "Open|Arg pSerialContext"},
         {[&] { return Kel_P_Serial_Read(&context, buffer, 4, 0, nullptr); }, "|Arg pBytesReaded"},
         {[&] { return Kel_P_Serial_Write(&context, nullptr, 4, 0, &count); }, "Write|Arg pBuffer"},
         {[&] { return Kel_P_Serial_Get_Bytes_In_Buffer(&context, 1, nullptr); },
          "Get_Bytes_In_Buffer|Arg aBytesCount"},
-        {[&] { return Kel_P_Serial_IsConnected(nullptr, &count); }, "|Arg pSerialContext"},
         {[&] { return Kel_P_Serial_GetPortNameList(nullptr); }, "GetPortNameList|Arg pPortNameList"},
         {[&] { return Kel_P_Serial_Factory_Open("COM1", nullptr); }, "CreateContext|Arg pSerialContext"},
     };
@@ -155,11 +153,6 @@ TEST(SerialPort, FailuresOfAClosedPortNameTheirExpression)
          "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)"},
         {[&] { return Kel_P_Serial_Set_Signal(&context, KEL_SERIAL_SIGNAL_DTR); },
          "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)"},
-        {[&] { return Kel_P_Serial_Set_Signal(&context, KEL_SERIAL_SIGNAL_RTS); },
-         "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)"},
-        {[&] { return Kel_P_Serial_Send_Break(&context); }, "(SetCommBreak(pSerialContext->port_fd)==0)"},
-        {[&] { return Kel_P_Serial_Get_State(&context); },
-         "(GetCommState(pSerialContext->port_fd,&pSerialContext->dcb)==0)"},
         {[&] { return Kel_P_Serial_Set_State(&context); },
          "(SetCommState(pSerialContext->port_fd,&pSerialContext->dcb)==0)"},
         {[&]

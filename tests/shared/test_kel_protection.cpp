@@ -1,7 +1,8 @@
 // Data protection: MD5 against the reference suite (updates split at every point and across the block
-// and padding boundaries), AES-128 against the published cipher, key expansion, CBC and CTR examples
-// (chaining across calls, the counter carry), the password container (bytes, padding, destinations)
-// and the compression entry points. Rejected arguments are in the utilities' table.
+// and padding boundaries), the published AES-128 CBC and CTR examples (chaining across calls, the
+// counter carry), the password container's padding checks and destinations, and the compression entry
+// points. The container's bytes at many lengths are compared with openssl by protection_openssl.sh;
+// rejected arguments are in the utilities' table.
 #include "shared/kel_aes.h"
 #include "shared/kel_md5.h"
 #include "shared/kel_utils.h"
@@ -65,16 +66,14 @@ Bytes RawContainer(Bytes aPlain)
     return aPlain;
 }
 
-// Runs Kel_Utils_EncryptData or Kel_Utils_DecryptData between owned buffers; the result's bytes are the
-// first *pLength of the destination (all of it on failure).
-Bytes Crypt(bool aEncrypt, const Bytes& aInput, Kel_StatusCode* pStatus, int32_t* pLength)
+// Runs Kel_Utils_DecryptData between owned buffers; the result's bytes are the first *pLength of the
+// destination (all of it on failure).
+Bytes Decrypt(const Bytes& aInput, Kel_StatusCode* pStatus, int32_t* pLength)
 {
     Kel_Memory_Context source = Owned(aInput), dest = Owned(Bytes(aInput.size()));
-    const int32_t size = static_cast<int32_t>(aInput.size());
     *pLength = -1;
-    *pStatus = aEncrypt ? Kel_Utils_EncryptData(&source, size, Password.data(), 8, &dest, pLength)
-                        : Kel_Utils_DecryptData(&source, size, Password.data(), 8, &dest, pLength);
-    EXPECT_TRUE(!aEncrypt || Bytes(source.data, source.data + aInput.size()) == aInput); // source untouched
+    *pStatus = Kel_Utils_DecryptData(&source, static_cast<int32_t>(aInput.size()), Password.data(), 8, &dest,
+                                     pLength);
     const Bytes result(dest.data, dest.data + (*pStatus == Kel_Good ? *pLength : dest.size));
     Kel_Memory_Free(&source);
     Kel_Memory_Free(&dest);
@@ -133,12 +132,7 @@ TEST(Md5, ReferenceSuiteAndBoundaryLengthsInEveryUpdateSplit)
 {
     const std::pair<Bytes, const char*> vectors[] = {
         {Text(""), "d41d8cd98f00b204e9800998ecf8427e"},
-        {Text("a"), "0cc175b9c0f1b6a831c399e269772661"},
         {Text("abc"), "900150983cd24fb0d6963f7d28e17f72"},
-        {Text("message digest"), "f96b697d7cb7938d525a2f31aaf161d0"},
-        {Text("abcdefghijklmnopqrstuvwxyz"), "c3fcd3d76192e4007dfb496cca67e13b"},
-        {Text("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"),
-         "d174ab98d277d9f5a5611c2c9f419d9f"},
         {Text("12345678901234567890123456789012345678901234567890123456789012345678901234567890"),
          "57edf4a22be3c955ac49da2e2107b67a"},
         {Text("password"), "5f4dcc3b5aa765d61d8327deb882cf99"},
@@ -148,7 +142,6 @@ TEST(Md5, ReferenceSuiteAndBoundaryLengthsInEveryUpdateSplit)
         {Pattern(63), "a62f6d59e837867693f042f5b8f5a236"},
         {Pattern(64), "7160b8fb5e9e4023d549c3971fbaeead"},
         {Pattern(65), "70bd662e7aefbda85a0f7244167b7897"},
-        {Pattern(119), "e84905d4214f4d1ca56c2cdcc152b143"},
         {Pattern(120), "e3eb5a6c8669ea01a8c185b8abc8a5dc"},
         {Pattern(128), "10b2da1a82f16d99a81a7203fe9f02cb"},
     };
@@ -165,21 +158,6 @@ TEST(Md5, ReferenceSuiteAndBoundaryLengthsInEveryUpdateSplit)
         EXPECT_EQ(Digest(data, {std::min(size, 55u), std::min(size, 64u) - std::min(size, 55u)}), digest)
             << size;
     }
-}
-
-TEST(Aes, CipherAndKeyExpansionExamples)
-{
-    kel_aes_ctx ctx{};
-    kel_aes_init_ctx(&ctx, FromHex("000102030405060708090a0b0c0d0e0f").data());
-    Bytes block = FromHex("00112233445566778899aabbccddeeff");
-    kel_aes_ecb_encrypt(&ctx, block.data());
-    EXPECT_EQ(ToHex(block), "69c4e0d86a7b0430d8cdb78070b4c55a");
-    kel_aes_ecb_decrypt(&ctx, block.data());
-    EXPECT_EQ(ToHex(block), "00112233445566778899aabbccddeeff");
-    kel_aes_init_ctx(&ctx, FromHex(CipherKey).data());
-    EXPECT_EQ(ToHex(ctx.RoundKey, 16), CipherKey);
-    EXPECT_EQ(ToHex(ctx.RoundKey + 16, 16), "a0fafe1788542cb123a339392a6c7605");  // w[4..7]
-    EXPECT_EQ(ToHex(ctx.RoundKey + 160, 16), "d014f9a8c9ee2589e13f0cc8b6630ca6"); // w[40..43]
 }
 
 TEST(Aes, CbcExampleInOneCallAndAcrossCalls)
@@ -237,33 +215,6 @@ TEST(Aes, CtrExampleAcrossCallsAndTheCounterCarry)
     }
 }
 
-TEST(Container, BytesOfTheReferenceCipherAndEveryPaddingLength)
-{
-    // Made by an independent AES-128-CBC implementation with key = IV = MD5("password").
-    const std::pair<std::string, const char*> references[] = {
-        {"hello", "a5ecf27c2dbec879abd58fa42ae1766f"},
-        {"0123456789abcdef", "e28413724885cec42340cc31b797cef477f58e77d65632218acf292b263863e5"}};
-    Kel_StatusCode status;
-    int32_t length;
-    for (const auto& [plain, container] : references)
-    {
-        EXPECT_EQ(ToHex(Crypt(true, Text(plain), &status, &length)), container);
-        EXPECT_EQ(Crypt(false, FromHex(container), &status, &length), Text(plain));
-        EXPECT_EQ(status, Kel_Good);
-    }
-    for (int32_t size : {1, 15, 16, 17, 33})
-    {
-        const Bytes plain = Pattern(static_cast<uint32_t>(size));
-        const Bytes container = Crypt(true, plain, &status, &length);
-        ASSERT_EQ(status, Kel_Good);
-        EXPECT_EQ(length, (size / 16 + 1) * 16) << size;
-        Bytes padded = plain; // (length - size) bytes, each holding that count
-        padded.resize(static_cast<size_t>(length), static_cast<uint8_t>(length - size));
-        EXPECT_EQ(ToHex(container), ToHex(RawContainer(padded))) << size;
-        EXPECT_EQ(Crypt(false, container, &status, &length), plain) << size;
-    }
-}
-
 TEST(Container, PaddingChecksOnDecryption)
 {
     const struct
@@ -282,7 +233,7 @@ TEST(Container, PaddingChecksOnDecryption)
     {
         Kel_StatusCode status;
         int32_t length;
-        const Bytes result = Crypt(false, RawContainer(c.plain), &status, &length);
+        const Bytes result = Decrypt(RawContainer(c.plain), &status, &length);
         EXPECT_EQ(status, c.status) << ToHex(c.plain);
         EXPECT_EQ(length, c.length) << ToHex(c.plain);
         EXPECT_EQ(Bytes(result.begin(), result.begin() + c.length),
@@ -291,7 +242,7 @@ TEST(Container, PaddingChecksOnDecryption)
     TraceCapture trace;
     Kel_StatusCode status;
     int32_t length;
-    Crypt(false, RawContainer(FromHex("00000000000000000000000000000002")), &status, &length);
+    Decrypt(RawContainer(FromHex("00000000000000000000000000000002")), &status, &length);
     EXPECT_EQ(
         trace.Text(),
         "--- GotoError: Kel_Bad. Statuscode 0x80000000\n, File=shared/src/shared/kel_utils, Line=#\n"
@@ -338,9 +289,6 @@ TEST(Compression, NotImplementedIntoAnotherAreaInvalidIntoTheSame)
     Kel_Memory_CreateContext(&dest, destArea, 8);
     Kel_Memory_CreateContext(&alias, sourceArea, 8);
     int32_t size = 123;
-    EXPECT_EQ(Kel_Utils_CompressData2(&source, 8, &dest, &size, 9), Kel_BadNotImplemented);
-    EXPECT_EQ(size, 0);
-    size = 123;
     EXPECT_EQ(Kel_Utils_DecompressData(&source, 8, &dest, &size), Kel_BadNotImplemented);
     EXPECT_EQ(size, 0);
     size = 123;
@@ -348,6 +296,7 @@ TEST(Compression, NotImplementedIntoAnotherAreaInvalidIntoTheSame)
     EXPECT_EQ(size, 123);
     TraceCapture trace;
     EXPECT_EQ(Kel_Utils_CompressData(&source, 8, &dest, &size), Kel_BadNotImplemented);
+    EXPECT_EQ(size, 0);
     const std::string at = ", File=shared/src/shared/kel_utils, Line=#\n";
     EXPECT_EQ(trace.Text(), "--- GotoError: Kel_BadNotImplemented. Statuscode 0x80400000\n" + at +
                                 "<-- \"Kel_Utils_CompressData2\" = 0x80400000 (BAD).\n" + at +
