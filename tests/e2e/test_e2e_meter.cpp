@@ -87,35 +87,6 @@ TEST_P(MeterTest, AdditionalDisplayModeKeepsTheBatteryBitInTheMiddle)
     EXPECT_EQ((std::vector<uint32_t>(f, f + 9)), (std::vector<uint32_t>{1, 0, 1, 0, 1, 0, 1, 30, 0}));
 }
 
-TEST_P(MeterTest, SingleByteSettingsRoundTrip)
-{
-    ASSERT_TRUE(OpenSession());
-    uint32_t value = 0;
-    ASSERT_EQ(eWriteCorrectionTime(0, 7, err), 1);
-    EXPECT_EQ(State().timeCorrection, 7);
-    ASSERT_EQ(eReadCorrectionTime(0, &value, err), 1);
-    EXPECT_EQ(value, 7u);
-
-    ASSERT_EQ(eWriteSeasonFlag(0, 0, err), 1);
-    EXPECT_EQ(State().summerTimeFlag, 0);
-    value = 9;
-    ASSERT_EQ(eReadSeasonFlag(0, &value, err), 1);
-    EXPECT_EQ(value, 0u);
-
-    ASSERT_EQ(eWriteOutputFunction(0, 2, err), 1);
-    EXPECT_EQ(State().dryOutputMode, 2);
-    ASSERT_EQ(eReadOutputFunction(0, &value, err), 1);
-    EXPECT_EQ(value, 2u);
-
-    ASSERT_EQ(eWriteEnergyLimit(0, 4321, err), 1);
-    EXPECT_EQ(State().energyLimit, 4321);
-    ASSERT_EQ(eReadEnergyLimit(0, &value, err), 1);
-    EXPECT_EQ(value, 4321u);
-
-    ASSERT_EQ(eWriteSpeed(0, 3, err), 1);
-    EXPECT_EQ(State().baudCode, 3);
-}
-
 TEST_P(MeterTest, PowerLimitInTenthsAndItsMode)
 {
     ASSERT_TRUE(OpenSession());
@@ -404,15 +375,9 @@ TEST_P(MeterTest, ScheduleReadFailures)
     EXPECT_EQ(table[0], '\0');
 }
 
-TEST_P(MeterTest, CountFastWriteModeAndPlaceholders)
+TEST_P(MeterTest, FastWriteModeAndPlaceholders)
 {
     ASSERT_TRUE(OpenSession());
-    uint32_t count = 0;
-    ASSERT_EQ(eWriteRateQuantity(0, 4, err), 1);
-    EXPECT_EQ(State().tariffCount, 4);
-    ASSERT_EQ(eReadRateQuantity(0, &count, err), 1);
-    EXPECT_EQ(count, 4u);
-
     ASSERT_EQ(eWriteTSFast(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
                            23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 0x1FF, err),
               1);
@@ -444,7 +409,7 @@ TEST_P(MeterTest, CountFastWriteModeAndPlaceholders)
 
     Silence();
     EXPECT_EQ(eReadModeTariffProfile(0, &mode, &cnt), 0);
-    EXPECT_EQ(eReadRateQuantity(0, &count, err), 0);
+    EXPECT_EQ(eReadRateQuantity(0, &cnt, err), 0);
     EXPECT_STREQ(err, Q310_Cp1251("Запрос на чтение количества тарифов: Нет ответа.").text);
 }
 

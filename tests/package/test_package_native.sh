@@ -5,7 +5,7 @@
 #   test_package_native.sh BUILD_DIR SOURCE_DIR LIBDIR VERSION EXPECT_CLI C_COMPILER WORK_DIR
 set -euo pipefail
 build="$1" source="$2" libdir="$3" version="$4" expect_cli="$5" cc="$6" work="$7"
-host_source="$source/tests/package/host"
+host_source="$source/examples/host"
 
 rm -rf "$work"
 mkdir -p "$work/run"

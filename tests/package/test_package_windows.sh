@@ -13,7 +13,7 @@ archive="$(bash "$source/scripts/package-windows.sh" "$build" "$work" | tail -n 
 unzip -q "$archive" -d "$work/unpacked"
 package="$(echo "$work"/unpacked/q310-*-win32)"
 
-"$cc" -Wall -Wextra -Werror -I"$package/include" -o "$work/run/host.exe" "$source/tests/package/host/host.c" \
+"$cc" -Wall -Wextra -Werror -I"$package/include" -o "$work/run/host.exe" "$source/examples/host/host.c" \
     "$package/lib/Q310.lib" -lws2_32
 cp "$package/bin/Q310.dll" "$work/run/"
 

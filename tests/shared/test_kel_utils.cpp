@@ -1,6 +1,6 @@
 // The utilities and the clock under them: every rejected argument with its trace line from one table,
 // calendar conversion (range checks, the signed 32-bit limits, time zones), Unix and ISO times, text
-// forms, month steps, numbers, bits, sorting, paths, the periodic timer and the absent watchdog.
+// forms, month steps, numbers, bits, sorting, paths and the periodic timer.
 #include "shared/kel_utils.h"
 #include "shared/platform/kel_p_datetime.h"
 #include "shared/trace_capture.h"
@@ -510,38 +510,4 @@ TEST(Utils, IsTimerOverAStopwatch)
         EXPECT_EQ(stopwatch.running, s.running) << s.low << "/" << s.high;
     }
     EXPECT_EQ(stopwatch.accumulated, 0u);
-
-    ASSERT_EQ(Kel_Utils_IsTimer(&stopwatch, 30, 0, 1, 1, &isTimer), Kel_Good);
-    const uint32_t start = Kel_P_Stopwatch_GetTick();
-    for (isTimer = 0; isTimer == 0 && Kel_P_Stopwatch_GetTick() - start < 5000;)
-        ASSERT_EQ(Kel_Utils_IsTimer(&stopwatch, 30, 0, 1, 1, &isTimer), Kel_Good);
-    EXPECT_EQ(isTimer, 1u);
-    EXPECT_GE(Kel_P_Stopwatch_GetTick() - start, 30u);
-}
-
-TEST(Utils, WatchdogHelpersOverAPlatformWithoutWatchdog)
-{
-    const std::string notImplemented = At("<-- ReturnError: 0x80400000", kPlatform + "kel_p_watchdog");
-    auto failure = [&](const char* pName)
-    {
-        return std::vector<std::string>{notImplemented, At("--- GotoError: Bad statuscode 0x80400000"),
-                                        At(std::string("<-- \"") + pName + "\" = 0x80400000 (BAD).")};
-    };
-    Kel_Utils_Watchdog_Context watchdog;
-    memset(&watchdog, 0x5A, sizeof(watchdog));
-    TraceCapture trace;
-    EXPECT_EQ(Kel_Utils_StartWatchdog(&watchdog, 5000, 1), Kel_BadNotImplemented);
-    EXPECT_EQ(trace.Lines(), failure("Kel_Utils_StartWatchdog"));
-    const Kel_Utils_Watchdog_Context zero{};
-    EXPECT_EQ(memcmp(&watchdog, &zero, sizeof(watchdog)), 0); // zeroed before the platform refused
-
-    // The first reset refreshes at once; the next one within the second does not reach the platform.
-    TraceCapture second;
-    EXPECT_EQ(Kel_Utils_ResetWatchdog(&watchdog), Kel_BadNotImplemented);
-    EXPECT_EQ(Kel_Utils_ResetWatchdog(&watchdog), Kel_Good);
-    EXPECT_EQ(Kel_Utils_StopWatchdog(&watchdog), Kel_BadNotImplemented);
-    std::vector<std::string> expected = failure("Kel_Utils_ResetWatchdog");
-    for (const std::string& line : failure("Kel_Utils_StopWatchdog"))
-        expected.push_back(line);
-    EXPECT_EQ(second.Lines(), expected);
 }

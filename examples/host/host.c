@@ -1,7 +1,7 @@
 /* A small host of the installed library, in plain C: it includes <Q310.h>, links libq310.so or Q310.dll
  * and walks the documented call order (open, path flags, eReadSerialNumber, a read, close) over each
- * path to a meter. The package tests build it against an installation; docs/host-guide.md runs it
- * against zentor-sim.
+ * path to a meter: the example for host developers that docs/host-guide.md runs against zentor-sim. The
+ * package tests build it against an installation and run it.
  *
  *   host closed                       eTcpOpen to a port nobody listens on: 0 and its message
  *   host tcp ADDRESS PORT [echo]      a TCP serial bridge (echo: the bridge echoes each request)
