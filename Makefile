@@ -10,9 +10,11 @@ test:
 native:
 	cmake --preset native && cmake --build --preset native -j$$(nproc) && ctest --preset native -j$$(nproc)
 
+# The 32-bit build, or the 64-bit one where this machine does not run 32-bit programs.
 windows:
-	cmake --preset windows && cmake --build --preset windows -j$$(nproc) && bash scripts/wine-server.sh start
-	ctest --preset windows -j$$(nproc); status=$$?; bash scripts/wine-server.sh stop; exit $$status
+	p=$$(bash scripts/runs-i386.sh && echo windows || echo windows64); \
+	cmake --preset $$p && cmake --build --preset $$p -j$$(nproc) && bash scripts/wine-server.sh start build/$$p || exit 1; \
+	ctest --preset $$p -j$$(nproc); status=$$?; bash scripts/wine-server.sh stop build/$$p; exit $$status
 
 sanitize:
 	cmake --preset sanitize && cmake --build --preset sanitize -j$$(nproc) && ctest --preset sanitize -j$$(nproc)

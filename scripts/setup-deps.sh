@@ -34,8 +34,23 @@ if [ "${#missing[@]}" -gt 0 ]; then
     $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
 
+# The Windows tests run the 32-bit build under 32-bit wine where the machine runs 32-bit programs, and
+# the 64-bit build under wine64 where it does not (scripts/runs-i386.sh).
+if ! bash "$(dirname "$0")/runs-i386.sh"; then
+    echo "setup-deps: this machine does not run 32-bit programs: wine64 and the 64-bit mingw-w64 for the Windows tests"
+    win64=(wine wine64 g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64)
+    missing=()
+    for p in "${win64[@]}"; do have_pkg "$p" || missing+=("$p"); done
+    if [ "${#missing[@]}" -gt 0 ]; then
+        apt_update
+        if ! $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"; then
+            # 32-bit libraries of an earlier install hold back their 64-bit pairs: take both from the
+            # release suite.
+            $SUDO apt-get install -y -qq -t bookworm --no-install-recommends "${missing[@]}"
+        fi
+    fi
 # wine32 needs the i386 architecture.
-if ! have_pkg wine32:i386 || ! have_pkg wine; then
+elif ! have_pkg wine32:i386 || ! have_pkg wine; then
     if ! dpkg --print-foreign-architectures | grep -qx i386; then
         $SUDO dpkg --add-architecture i386
         updated=0

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs a Windows executable under wine in a throw-away 32-bit prefix of the build tree.
+# Runs a Windows executable under wine in a throw-away prefix of the build tree
+# (32-bit, or 64-bit for the x86_64 build).
 # Used as the cross-compiling emulator, so ctest runs every Windows test executable through it.
 # The prefix is made on first use (scripts/wine-prefix.sh) and shared by the tests of one build; the
 # test runner starts one persistent wine server for it (scripts/wine-server.sh).
@@ -11,7 +12,8 @@ exe="$1"
 shift
 build_dir="${Q310_WINE_BUILD_DIR:-$(cd "$(dirname "$exe")" && while [ ! -f CMakeCache.txt ] && [ "$PWD" != / ]; do cd ..; done; pwd)}"
 export WINEPREFIX="${WINEPREFIX:-$build_dir/wineprefix}"
-export WINEARCH=win32
+WINEARCH="$("$(dirname "$0")/wine-arch.sh" "$build_dir")"
+export WINEARCH
 export WINEDEBUG="${WINEDEBUG:--all,err+module}"
 export WINEDLLOVERRIDES="mscoree,mshtml="
 "$(dirname "$0")/wine-prefix.sh" "$WINEPREFIX" >/dev/null

@@ -12,7 +12,8 @@ set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 action="${1:?usage: wine-server.sh start|stop [BUILD_DIR]}"
 build_dir="$(cd "${2:-$here/../build/windows}" && pwd)"
-export WINEPREFIX="$build_dir/wineprefix" WINEARCH=win32 WINEDEBUG=-all
+WINEARCH="$("$here/wine-arch.sh" "$build_dir")"
+export WINEPREFIX="$build_dir/wineprefix" WINEARCH WINEDEBUG=-all
 case "$action" in
 start)
     "$here/wine-prefix.sh" "$WINEPREFIX" >/dev/null
