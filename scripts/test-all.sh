@@ -21,7 +21,7 @@ step() {
     echo "=== $name"
     start=$(date +%s)
     "$@" || rc=$?
-    times+=("$(printf '%-28s %5d s%s' "$name" $(( $(date +%s) - start )) "$([ $rc -eq 0 ] || echo "  FAILED ($rc)")")")
+    times+=("$(printf '%-34s %5d s%s' "$name" $(( $(date +%s) - start )) "$([ $rc -eq 0 ] || echo "  FAILED ($rc)")")")
     [ $rc -eq 0 ] || status=1
     return 0
 }
@@ -53,5 +53,5 @@ step "fuzz: build and short runs" bash scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
 
 echo "=== times"
 printf '%s\n' "${times[@]}"
-printf '%-28s %5d s\n' "whole run" $(( $(date +%s) - run_start ))
+printf '%-34s %5d s\n' "whole run" $(( $(date +%s) - run_start ))
 exit $status
