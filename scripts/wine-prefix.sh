@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes a wine prefix (32-bit, or 64-bit for the x86_64 build) at the given path if it is not there yet. Safe to call from parallel
-# tests: the first caller builds it under a lock, the others wait for it.
+# Makes a wine prefix at the given path if it is not there yet: of the architecture in WINEARCH, or
+# else of the build folder that holds it (scripts/wine-arch.sh). Safe to call from parallel tests: the
+# first caller builds it under a lock, the others wait for it.
 set -euo pipefail
 prefix="$1"
 mkdir -p "$(dirname "$prefix")"
@@ -8,7 +9,7 @@ exec 9>"$prefix.lock"
 flock 9
 if [ ! -f "$prefix/.q310-ready" ]; then
     rm -rf "$prefix"
-    export WINEPREFIX="$prefix" WINEARCH="$("$(dirname "$0")/wine-arch.sh" "$(dirname "$prefix")")" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+    export WINEPREFIX="$prefix" WINEARCH="${WINEARCH:-$("$(dirname "$0")/wine-arch.sh" "$(dirname "$prefix")")}" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
     wineboot --init >/dev/null 2>&1
     wineserver -w
     touch "$prefix/.q310-ready"
