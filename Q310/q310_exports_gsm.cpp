@@ -64,6 +64,39 @@ bool Contains(const uint8_t* pData, uint32_t aSize, const char* pText)
     return false;
 }
 
+// Reads until the received bytes hold pEcho, a read fails, or aMilliseconds have passed.
+Kel_StatusCode AwaitEcho(const char* pEcho, uint32_t aMilliseconds)
+{
+    Kel_P_Stopwatch_Context stopwatch{};
+    Kel_P_Stopwatch_Restart(&stopwatch);
+    uint8_t seen[kAnswerSize];
+    uint32_t seenSize = 0;
+    for (;;)
+    {
+        uint32_t received = 0;
+        const Kel_StatusCode status = ReadOnce(&received);
+        if (Kel_IsBad(status))
+            return status;
+        // Only the tail that can still hold the echo is kept.
+        const uint32_t keep = static_cast<uint32_t>(strlen(pEcho));
+        for (uint32_t at = 0; at < received; ++at)
+        {
+            if (seenSize == sizeof(seen))
+            {
+                memmove(seen, seen + seenSize - keep, keep);
+                seenSize = keep;
+            }
+            seen[seenSize++] = Answer()[at];
+        }
+        if (Contains(seen, seenSize, pEcho))
+            return Kel_Good;
+        uint64_t elapsed = 0;
+        Kel_P_Stopwatch_GetMSecElapsed(&stopwatch, &elapsed);
+        if (elapsed >= aMilliseconds)
+            return Kel_Good;
+    }
+}
+
 // Clear, write the command, read once, and look for "OK" anywhere in what came back (an echo of the
 // command included).
 Kel_StatusCode ExchangeExpectOk(const char* pCommand, uint32_t aSize)
@@ -164,10 +197,11 @@ extern "C" int32_t Q310_CALL eDisconnectGSM(char* outErr)
     status = Write("+++", 3);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kDisconnectText);
+    // The modem's echo of the escape: read on until it has come whole (it may come in pieces, or not
+    // at all from a modem that has already left data mode), for at most the client's answer time.
     if (EchoMode != 0)
     {
-        uint32_t received = 0;
-        status = ReadOnce(&received);
+        status = AwaitEcho("+++", clientContext.ApplicationContext.transport.answerTimeout);
         if (Kel_IsBad(status))
             return Q310_FailWith(kelScope, __LINE__, status, outErr, kDisconnectText);
     }
@@ -223,42 +257,105 @@ extern "C" int32_t Q310_CALL eWriteATS7toGSM(char* outErr)
 
 namespace
 {
-// The dial failure text with the modem's last answer behind it.
-int32_t DialFailed(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus, uint32_t aReceived,
-                   char* outErr)
+// The dial failure text with the modem's last answer behind it (at most one read of it, 128 bytes,
+// so that the text fits the 168 bytes the host gives).
+int32_t DialFailed(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus, const uint8_t* pAnswer,
+                   uint32_t aAnswerSize, char* outErr)
 {
     Q310_FailWith(aScope, aLine, aStatus, outErr, kDialText);
-    memcpy(outErr + kDialText.length, Answer(), aReceived);
-    outErr[kDialText.length + aReceived] = '\0';
+    memcpy(outErr + kDialText.length, pAnswer, aAnswerSize);
+    outErr[kDialText.length + aAnswerSize] = '\0';
     return 0;
 }
 
-enum class DialAnswer
+// What one whole line of the modem's answer to ATD means. Result codes are matched as whole lines, so
+// that "NO DIALTONE" is not taken for progress because it holds "DIAL".
+enum class DialLine
 {
+    Blank,
+    Echo,
     Connected,
     Progress,
     Failed
 };
 
-// The first of CONN, DIAL, RING or NO CAR found scanning from the start of the answer.
-DialAnswer Classify(const uint8_t* pAnswer, uint32_t aSize)
+bool LineIs(const char* pLine, size_t aLength, const char* pText)
 {
-    const struct
+    return strlen(pText) == aLength && memcmp(pLine, pText, aLength) == 0;
+}
+
+DialLine ClassifyDialLine(const char* pLine, size_t aLength, const char* pCommand, size_t aCommandLength)
+{
+    static const char* const kProgress[] = {"RING", "RINGING", "RINGBACK", "DIALING", "DIALLING"};
+    if (aLength == 0)
+        return DialLine::Blank;
+    if (aLength == aCommandLength && memcmp(pLine, pCommand, aLength) == 0)
+        return DialLine::Echo;
+    // "CONNECT", or "CONNECT" with the rate behind a blank.
+    if (LineIs(pLine, aLength, "CONNECT") || (aLength > 8 && memcmp(pLine, "CONNECT ", 8) == 0))
+        return DialLine::Connected;
+    for (const char* progress : kProgress)
+        if (LineIs(pLine, aLength, progress))
+            return DialLine::Progress;
+    // NO CARRIER, NO DIALTONE, BUSY, NO ANSWER, ERROR and any other line: the call did not come up.
+    return DialLine::Failed;
+}
+
+// The answer to ATD, read line by line until a result line, a failed read or the end of the dial time.
+// Every read is looked at: the echo of the command and progress lines are no result, whether they come
+// alone, together or in one read with the result. Returns 1 when the call is up; otherwise the failure
+// text with the modem's last answer (what its last read brought behind the echo).
+int32_t AwaitDialResult(const Kel_TraceScope& aScope, const char* pCommand, size_t aCommandLength,
+                        uint64_t aDialMs, char* outErr)
+{
+    Kel_P_Stopwatch_Context stopwatch{};
+    Kel_P_Stopwatch_Restart(&stopwatch);
+    char line[64];
+    size_t length = 0;
+    bool tooLong = false;
+    uint8_t lastAnswer[kAnswerSize];
+    uint32_t lastAnswerSize = 0;
+    for (;;)
     {
-        const char* text;
-        DialAnswer meaning;
-    } kWords[] = {{"CONN", DialAnswer::Connected},
-                  {"DIAL", DialAnswer::Progress},
-                  {"RING", DialAnswer::Progress},
-                  {"NO CAR", DialAnswer::Failed}};
-    for (uint32_t at = 0; at < aSize; ++at)
-        for (const auto& word : kWords)
+        uint32_t received = 0;
+        const Kel_StatusCode status = ReadOnce(&received);
+        if (Kel_IsBad(status))
+            return DialFailed(aScope, __LINE__, status, lastAnswer, lastAnswerSize, outErr);
+        const uint8_t* pAnswer = Answer();
+        uint32_t answerStart = 0; // the first byte of this read behind the echo
+        for (uint32_t at = 0; at < received; ++at)
         {
-            const size_t length = strlen(word.text);
-            if (at + length <= aSize && memcmp(pAnswer + at, word.text, length) == 0)
-                return word.meaning;
+            const char c = static_cast<char>(pAnswer[at]);
+            if (c != '\r' && c != '\n')
+            {
+                if (length < sizeof(line))
+                    line[length++] = c;
+                else
+                    tooLong = true;
+                continue;
+            }
+            const DialLine kind =
+                tooLong ? DialLine::Failed : ClassifyDialLine(line, length, pCommand, aCommandLength);
+            length = 0;
+            tooLong = false;
+            if (kind == DialLine::Echo)
+                answerStart = at + 1;
+            if (kind == DialLine::Blank || kind == DialLine::Echo || kind == DialLine::Progress)
+                continue;
+            if (kind == DialLine::Connected)
+                return 1;
+            return DialFailed(aScope, __LINE__, Kel_Bad, pAnswer + answerStart, received - answerStart, outErr);
         }
-    return DialAnswer::Failed;
+        if (received > answerStart)
+        {
+            lastAnswerSize = received - answerStart;
+            memcpy(lastAnswer, pAnswer + answerStart, lastAnswerSize);
+        }
+        uint64_t elapsed = 0;
+        Kel_P_Stopwatch_GetMSecElapsed(&stopwatch, &elapsed);
+        if (elapsed >= aDialMs)
+            return DialFailed(aScope, __LINE__, Kel_BadTimeout, lastAnswer, lastAnswerSize, outErr);
+    }
 }
 } // namespace
 
@@ -282,35 +379,19 @@ extern "C" int32_t Q310_CALL eWriteATDtoGSM(const char* PhoneNumber, uint32_t le
     command[3 + length] = '\r';
     Kel_StatusCode status = Clear();
     if (Kel_IsBad(status))
-        return DialFailed(kelScope, __LINE__, status, 0, outErr);
+        return DialFailed(kelScope, __LINE__, status, Answer(), 0, outErr);
     status = Write(command, length + 4);
     if (Kel_IsBad(status))
-        return DialFailed(kelScope, __LINE__, status, 0, outErr);
-    for (;;)
-    {
-        uint32_t received = 0;
-        if (EchoMode != 0)
-        {
-            status = ReadOnce(&received);
-            if (Kel_IsBad(status))
-                return DialFailed(kelScope, __LINE__, status, received, outErr);
-        }
-        status = ReadOnce(&received);
-        if (Kel_IsBad(status))
-            return DialFailed(kelScope, __LINE__, status, received, outErr);
-        const DialAnswer answer = Classify(Answer(), received);
-        if (answer == DialAnswer::Progress)
-            continue;
-        if (answer == DialAnswer::Failed)
-            // The dial time-out stays in force until the next successful dial or eOpen.
-            return DialFailed(kelScope, __LINE__, Kel_Bad, received, outErr);
-        glCommTimeOuts.ReadTotalTimeoutConstant = savedReadTotal;
-        if (Kel_P_Serial_SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts) == 0)
-            return Q310_FailExpr(kelScope, __LINE__,
-                                 "SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts)==0", outErr,
-                                 kDialText);
-        return 1;
-    }
+        return DialFailed(kelScope, __LINE__, status, Answer(), 0, outErr);
+    // On failure the dial time-out stays in force until the next successful dial or eOpen.
+    if (AwaitDialResult(kelScope, command, length + 3, static_cast<uint64_t>(seconds) * 1000, outErr) != 1)
+        return 0;
+    glCommTimeOuts.ReadTotalTimeoutConstant = savedReadTotal;
+    if (Kel_P_Serial_SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts) == 0)
+        return Q310_FailExpr(kelScope, __LINE__,
+                             "SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts)==0", outErr,
+                             kDialText);
+    return 1;
 }
 
 extern "C" int32_t Q310_CALL eWriteParamGSMLock(uint32_t baudRate, uint32_t dataBits, uint32_t stopBits,

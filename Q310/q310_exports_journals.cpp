@@ -281,8 +281,38 @@ int32_t Q310_CALL eReadSecPowerProfile_23(uint32_t adr, uint32_t day, uint32_t m
     return Q310_RESULT_OK;
 }
 
+namespace
+{
+// For the length of a raw exchange the RS-485 echo is the raw request, the frame last transmitted on
+// the line, rather than the protocol client's last frame (there may be no client yet).
+class RawEchoReference
+{
+public:
+    RawEchoReference(const uint8_t* pRequest, const uint32_t* pLength)
+        : savedFrame(pTransportOutFrame), savedLength(pTransportOutFrameIndex)
+    {
+        pTransportOutFrame = pRequest;
+        pTransportOutFrameIndex = pLength;
+    }
+    ~RawEchoReference()
+    {
+        pTransportOutFrame = savedFrame;
+        pTransportOutFrameIndex = savedLength;
+    }
+    RawEchoReference(const RawEchoReference&) = delete;
+    RawEchoReference& operator=(const RawEchoReference&) = delete;
+
+private:
+    const uint8_t* savedFrame;
+    const uint32_t* savedLength;
+};
+} // namespace
+
 // The host's bytes go out unchanged (a whole frame: address, command, data, CRC); pending input is
-// cleared first. No answer at all is a failure; a partial answer is handed back as it came.
+// cleared first. No answer at all is a failure; a partial answer is handed back as it came. Once bytes
+// have arrived, a read that brings nothing more ends the answer, whether the channel reports that as
+// an empty read or (the echo and gateway variants, which expect their echo or packet in every read) as
+// a failed one.
 int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requestLength, uint8_t* answer,
                              uint32_t* answerLength, char* outErr)
 {
@@ -294,6 +324,7 @@ int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requ
     Q310_REJECT_NULL(outErr);
     const uint32_t size = *answerLength;
     *answerLength = 0;
+    const RawEchoReference echoReference(request, &requestLength);
     uint32_t written = 0;
     Q310_REQUEST(Kel_SerialChannel_ClearBuffer(&serialChannelMeter, 1), kWriteData);
     Q310_REQUEST(
@@ -305,9 +336,11 @@ int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requ
     while (received < size)
     {
         uint32_t got = 0;
-        Q310_REQUEST(Kel_SerialChannel_Read(&serialChannelMeter, answer + received, size - received,
-                                            kRawReadTimeout, &got),
-                     kWriteData);
+        const Kel_StatusCode status = Kel_SerialChannel_Read(&serialChannelMeter, answer + received,
+                                                             size - received, kRawReadTimeout, &got);
+        if (Kel_IsBad(status) && received > 0)
+            break;
+        Q310_REQUEST(status, kWriteData);
         received += got;
         if (got == 0 && received > 0)
             break;

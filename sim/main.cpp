@@ -55,7 +55,12 @@ Line mode:
                         packets with CRC-24 headers (raw frames also answered)
   --dial-progress L,..  modem: lines sent before the dial result (e.g. RING,RING or DIALING)
   --dial-result TEXT    modem: dial result, default "CONNECT 9600" ("NO CARRIER", "BUSY", ...)
-  --dial-step MS        modem: pause before each progress line and the result (default 300)
+  --dial-step MS        modem: pause before each progress line and the result (default 300; 0: the
+                        echo of ATD, the progress lines and the result in one write)
+  --dial NUMBER:MS:L,..  modem: the answer to ATD<NUMBER> alone: lines L (progress, then the result),
+                        each after MS ms (0: all of them in one write with the echo); repeatable
+  --dial-hangup         modem: after the progress lines, half of the result, then the modem hangs up
+                        (closes its end of the line)
   --no-data-echo        modem: no echo of requests in data mode
 
 Faults (N: the next N requests, or "always"):
@@ -204,6 +209,22 @@ int main(int argc, char** argv)
                 line.Modem().dialResult = value();
             else if (option == "--dial-step")
                 line.Modem().dialStepMs = Number(value());
+            else if (option == "--dial")
+            {
+                const std::string text = value();
+                const size_t first = text.find(':');
+                const size_t second = first == std::string::npos ? first : text.find(':', first + 1);
+                if (second == std::string::npos)
+                    throw std::runtime_error("--dial takes NUMBER:MS:LINE,LINE,...");
+                ModemSettings::DialScript script;
+                script.stepMs = Number(text.substr(first + 1, second - first - 1));
+                std::stringstream list(text.substr(second + 1));
+                for (std::string item; std::getline(list, item, ',');)
+                    script.lines.push_back(item);
+                line.Modem().dialScripts[text.substr(0, first)] = script;
+            }
+            else if (option == "--dial-hangup")
+                line.Modem().dialHangup = true;
             else if (option == "--no-data-echo")
                 line.Modem().dataEcho = false;
             else if (option == "--silent")

@@ -285,12 +285,14 @@ Reply LineEngine::FeedModemCommand(const uint8_t* data, size_t size)
         const std::string line = commandLine_;
         commandLine_.clear();
         Reply answer = ModemLine(line);
-        if (!answer.chunks.empty() && answer.chunks.front().delayMs == 0)
+        // What is due at once leaves in one write with the echo.
+        while (!answer.chunks.empty() && answer.chunks.front().delayMs == 0)
         {
             immediate.insert(immediate.end(), answer.chunks.front().bytes.begin(),
                              answer.chunks.front().bytes.end());
             answer.chunks.erase(answer.chunks.begin());
         }
+        reply.hangup = reply.hangup || answer.hangup;
         if (!immediate.empty())
             reply.chunks.push_back(Chunk{0, immediate});
         immediate.clear();
@@ -363,10 +365,22 @@ Reply LineEngine::ModemLine(const std::string& raw)
         if (!number.empty() && (number[0] == 'T' || number[0] == 'P'))
             number.erase(0, 1);
         modem_.dialledNumber = number;
-        for (const std::string& progress : modem_.dialProgress)
-            reply.chunks.push_back(Chunk{modem_.dialStepMs, Result(progress)});
-        reply.chunks.push_back(Chunk{modem_.dialStepMs, Result(modem_.dialResult)});
-        connected_ = modem_.dialResult.rfind("CONNECT", 0) == 0;
+        ModemSettings::DialScript script{modem_.dialStepMs, modem_.dialProgress};
+        script.lines.push_back(modem_.dialResult);
+        if (const auto own = modem_.dialScripts.find(number); own != modem_.dialScripts.end())
+            script = own->second;
+        const std::string resultText = script.lines.empty() ? std::string() : script.lines.back();
+        for (size_t i = 0; i + 1 < script.lines.size(); ++i)
+            reply.chunks.push_back(Chunk{script.stepMs, Result(script.lines[i])});
+        Bytes result = Result(resultText);
+        if (modem_.dialHangup)
+        {
+            Trace("-- fault: modem hangs up in the middle of its answer");
+            result.resize(result.size() / 2);
+            reply.hangup = true;
+        }
+        reply.chunks.push_back(Chunk{script.stepMs, result});
+        connected_ = !modem_.dialHangup && resultText.rfind("CONNECT", 0) == 0;
         input_.clear();
     }
     else

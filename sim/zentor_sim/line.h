@@ -7,6 +7,7 @@
 #include "zentor_sim/meter.h"
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -65,7 +66,17 @@ struct ModemSettings
     bool dataEcho = true;                  // in data mode each request is echoed in front of the answer
     std::vector<std::string> dialProgress; // lines sent before the result, e.g. "RING", "DIALING"
     std::string dialResult = "CONNECT 9600";
-    unsigned dialStepMs = 300; // pause before each progress line and before the result
+    unsigned dialStepMs = 300; // pause before each progress line and before the result (0: all of them
+                               // in the one write that carries the echo of ATD)
+    bool dialHangup = false;   // after the progress lines the modem sends half of the result and hangs
+                               // up (closes its end of the line)
+    // Answers of their own for some numbers: what the modem sends when that number is dialled.
+    struct DialScript
+    {
+        unsigned stepMs = 0;            // pause before each line (0: all with the echo, in one write)
+        std::vector<std::string> lines; // progress lines, then the result
+    };
+    std::map<std::string, DialScript> dialScripts;
     // Last values given by the host (for the trace and the state dump).
     std::string cbst;
     std::string dialledNumber;
@@ -85,7 +96,8 @@ struct Chunk
 struct Reply
 {
     std::vector<Chunk> chunks;
-    bool drop = false; // close the connection (TCP); other transports ignore it
+    bool drop = false;   // close the connection instead of answering (TCP); other transports ignore it
+    bool hangup = false; // close the line's end after the chunks, on every transport
     Bytes Joined() const;
 };
 

@@ -103,7 +103,18 @@ std::string Simulator::StartPty(const std::string& linkPath)
         linkPath_ = linkPath;
     }
     stop_ = false;
-    thread_ = std::thread([this] { ServeStream(masterFd_, masterFd_, false); });
+    thread_ = std::thread(
+        [this]
+        {
+            ServeStream(masterFd_, masterFd_, false);
+            // The line hung up (rather than stopped): the host's side sees it once both ends here are
+            // closed.
+            if (!stop_)
+            {
+                CloseFd(masterFd_);
+                CloseFd(slaveFd_);
+            }
+        });
     return path;
 }
 
@@ -232,7 +243,7 @@ bool Simulator::Send(int fd, const Reply& reply, bool isSocket, const Pacing& pa
         }
         lineFree = start + Micros(byteUs * static_cast<double>(chunk.bytes.size()));
     }
-    return true;
+    return !reply.hangup;
 }
 
 void Simulator::ServeStream(int readFd, int writeFd, bool isSocket)

@@ -68,7 +68,8 @@ protected:
 
     // One port read while the far end sends each (delay after the previous, bytes) step from a thread;
     // the bytes read and the milliseconds the read took.
-    Bytes TimedRead(uint32_t aSize, const std::vector<std::pair<int, Bytes>>& aSteps, int64_t* pElapsed)
+    Bytes TimedRead(uint32_t aSize, const std::vector<std::pair<int, Bytes>>& aSteps, int64_t* pElapsed,
+                    Kel_StatusCode aExpected = Kel_Good)
     {
         std::thread peer(
             [this, aSteps]
@@ -83,7 +84,7 @@ protected:
         Bytes buffer(aSize);
         uint32_t received = 0;
         const int64_t start = MonotonicMs();
-        EXPECT_EQ(Kel_P_Serial_Read(&mPort, buffer.data(), aSize, 0, &received), Kel_Good);
+        EXPECT_EQ(Kel_P_Serial_Read(&mPort, buffer.data(), aSize, 0, &received), aExpected);
         *pElapsed = MonotonicMs() - start;
         peer.join();
         buffer.resize(received);
@@ -193,11 +194,20 @@ TEST_F(PtyLine, WritesStopAtTheWriteTimeoutAndAHungUpLineEndsReads)
     EXPECT_GT(written, 0u);
     EXPECT_LT(written, big.size());
 
-    SetTimeouts(0, 0, 0);
+    // The far end hangs up: a read with a total time-out of 1000 ms fails at once, every time, with a
+    // communication failure instead of polling the dead line until then.
+    SetTimeouts(20, 0, 1000);
     close(mPeer);
     mPeer = -1;
-    int64_t elapsed = 0;
-    EXPECT_TRUE(TimedRead(4, {}, &elapsed).empty()); // a blocking read ends all the same
+    for (int attempt = 0; attempt < 2; ++attempt)
+    {
+        TraceCapture trace;
+        int64_t elapsed = 0;
+        EXPECT_TRUE(TimedRead(4, {}, &elapsed, Kel_BadCommunicationError).empty());
+        EXPECT_LT(elapsed, 50);
+        EXPECT_EQ(trace.Text().rfind("Kel_P_Serial_Read - Fail, line hung up, port_name=COM7", 0), 0u)
+            << trace.Text();
+    }
     EXPECT_EQ(Kel_P_Serial_Write(&mPort, big.data(), 1, 0, &written), Kel_Good);
 }
 

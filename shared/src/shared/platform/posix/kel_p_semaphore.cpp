@@ -9,9 +9,11 @@
 // - The system keeps no maximum count. A context that created the semaphore knows it and refuses an
 //   unlock that would pass it; a context that only opened the semaphore does not know it and releases
 //   without that test.
-// - Delete by the creating context removes the name at once (sem_unlink): contexts that still hold
-//   the semaphore keep using it, but a later create makes a new one. A process that ends without
-//   Delete leaves the name (and its count) behind, and the next create on that name opens it.
+// - A name lives as long as this process uses it, as a Windows object lives as long as a process
+//   holds it: the process counts the contexts on each name it created (the creating one and those
+//   that opened it), removes the name (sem_unlink) when the last of them is deleted, and removes the
+//   names still in use when it ends normally. Only a process that is killed leaves its names behind;
+//   the next create on such a name opens it.
 #define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_semaphore"
 #include "shared/platform/kel_p_semaphore.h"
 
@@ -20,6 +22,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <mutex>
 #include <semaphore.h>
 #include <stdio.h>
 #include <string.h>
@@ -44,6 +47,62 @@ SystemName MakeSystemName(const char* pName)
     name.text[length] = '\0';
     return name;
 }
+
+// The names this process created, with the number of contexts on each. A process with more names at
+// once than the table holds leaves the others to the system, as a killed process does.
+class CreatedNames
+{
+public:
+    // A name just created by this process, with its first user.
+    void Add(const SystemName& aName)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        for (Entry& entry : entries)
+            if (entry.users == 0)
+            {
+                entry = Entry{aName, 1};
+                return;
+            }
+    }
+    // One more context on the name, if this process created it.
+    void Use(const SystemName& aName)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (Entry* entry = Find(aName))
+            ++entry->users;
+    }
+    // One context fewer; the name is removed from the system with its last user here.
+    void Release(const SystemName& aName)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (Entry* entry = Find(aName); entry != nullptr && --entry->users == 0)
+            sem_unlink(entry->name.text);
+    }
+    // The process ends: every name it created goes.
+    ~CreatedNames()
+    {
+        for (Entry& entry : entries)
+            if (entry.users > 0)
+                sem_unlink(entry.name.text);
+    }
+
+private:
+    struct Entry
+    {
+        SystemName name;
+        int users;
+    };
+    Entry* Find(const SystemName& aName)
+    {
+        for (Entry& entry : entries)
+            if (entry.users > 0 && strcmp(entry.name.text, aName.text) == 0)
+                return &entry;
+        return nullptr;
+    }
+    std::mutex mutex;
+    Entry entries[16] = {};
+};
+CreatedNames createdNames;
 } // namespace
 
 // A failed system call: "--- GotoError: Expr (...) is true!" and the failure exit with the C library's
@@ -83,6 +142,7 @@ Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreCont
         KEL_EXIT_BAD(Kel_BadInvalidState);
     }
     KEL_SEM_GOTO_IF_EXPR((handle == SEM_FAILED));
+    createdNames.Add(name);
     pSemaphoreContext->handle = handle;
     pSemaphoreContext->created = 1;
     KEL_EXIT(Kel_Good);
@@ -98,6 +158,7 @@ Kel_StatusCode Kel_P_Semaphore_OpenImp(Kel_P_Semaphore_Context* pSemaphoreContex
     const SystemName name = MakeSystemName(pSemaphoreContext->name);
     sem_t* handle = sem_open(name.text, 0);
     KEL_SEM_GOTO_IF_EXPR((handle == SEM_FAILED));
+    createdNames.Use(name);
     pSemaphoreContext->handle = handle;
     KEL_EXIT(Kel_Good);
 }
@@ -181,8 +242,8 @@ Kel_StatusCode Kel_P_Semaphore_DeleteImp(Kel_P_Semaphore_Context* pSemaphoreCont
     *pSemaphoreContext = Kel_P_Semaphore_Context{};
     if (handle == KEL_NULL)
         KEL_EXIT(Kel_Good);
+    (void)created; // every context on a name counts, the creating one as those that opened it
+    createdNames.Release(name);
     KEL_SEM_GOTO_IF_EXPR((sem_close(handle) != 0));
-    if (created == 1)
-        KEL_SEM_GOTO_IF_EXPR((sem_unlink(name.text) != 0));
     KEL_EXIT(Kel_Good);
 }

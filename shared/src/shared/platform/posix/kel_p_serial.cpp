@@ -50,6 +50,7 @@ namespace
 {
 constexpr uint32_t KEL_SERIAL_MAX_PORTS = 64;
 constexpr int KEL_SERIAL_IDLE_WAIT_MS = 5;
+constexpr int64_t KEL_SERIAL_DRAIN_MS = 1000;
 
 // The kernel's termios with numeric speeds (struct termios2 of <asm/termbits.h>, which cannot be
 // included next to <termios.h>).
@@ -219,11 +220,11 @@ uint32_t ReadQueued(int aFd, uint8_t* pBuffer, uint32_t aSize, bool* pDead)
 // - otherwise the total time-out is multiplier x bytes asked + constant (none when both are zero),
 //   and the interval time-out (none for 0 and all-ones) runs between bytes from the first byte on;
 //   with neither the read blocks until the count is met.
-// A line that hangs up ends the read with what arrived.
+// A line that hangs up ends the read with what arrived, and sets *pDead.
 uint32_t ReadWithTimeouts(int aFd, uint8_t* pBuffer, uint32_t aSize,
-                          const Kel_P_Serial_CommTimeouts& aTimeouts)
+                          const Kel_P_Serial_CommTimeouts& aTimeouts, bool* pDead)
 {
-    bool dead = false;
+    bool& dead = *pDead;
     uint32_t total = ReadQueued(aFd, pBuffer, aSize, &dead);
     const uint32_t interval = aTimeouts.ReadIntervalTimeout;
     const uint32_t multiplier = aTimeouts.ReadTotalTimeoutMultiplier;
@@ -280,7 +281,9 @@ uint32_t ReadWithTimeouts(int aFd, uint8_t* pBuffer, uint32_t aSize,
             if (total == aSize || returnAtFirstByte)
                 return total;
         }
-        if (dead || (got == 0 && (entry.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0))
+        if (got == 0 && (entry.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
+            dead = true;
+        if (dead)
             return total;
     }
 }
@@ -320,6 +323,16 @@ uint32_t WriteWithTimeouts(int aFd, const uint8_t* pBuffer, uint32_t aSize,
             break;
     }
     return total;
+}
+
+// Waits until the bytes written to the device have left it, as tcdrain does, but for at most
+// KEL_SERIAL_DRAIN_MS: a line held by flow control must not hold the caller for good.
+void DrainOutput(int aFd)
+{
+    const int64_t deadline = NowMs() + KEL_SERIAL_DRAIN_MS;
+    int queued = 0;
+    while (ioctl(aFd, TIOCOUTQ, &queued) == 0 && queued > 0 && NowMs() < deadline)
+        Kel_P_Sleep(1);
 }
 
 Kel_P_Serial_CommTimeouts TimeoutsOf(int aFd)
@@ -763,25 +776,29 @@ Kel_StatusCode Kel_P_Serial_Read(Kel_P_Serial_Context* pSerialContext, uint8_t* 
     KEL_REJECT_NULL(pBytesReaded);
     *pBytesReaded = 0;
     const int fd = PortFd(pSerialContext);
-    const uint32_t count = fd >= 0 ? ReadWithTimeouts(fd, pBuffer, aSize, TimeoutsOf(fd)) : 0;
+    bool dead = false;
+    const uint32_t count = fd >= 0 ? ReadWithTimeouts(fd, pBuffer, aSize, TimeoutsOf(fd), &dead) : 0;
     *pBytesReaded = count;
     if (count > 0)
     {
         KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, pBuffer, count, "Read:");
+        KEL_EXIT(Kel_Good);
     }
-    else
+    if (!dead)
     {
         // Where Windows sleeps 5 ms after finding nothing, wait up to 5 ms for input instead: the same
-        // result when nothing comes, no added latency when something does. A hung-up line sleeps.
-        const int64_t start = NowMs();
+        // result when nothing comes, no added latency when something does (a closed port just sleeps).
         pollfd entry{fd, POLLIN, 0};
-        const int ready = poll(&entry, 1, KEL_SERIAL_IDLE_WAIT_MS);
-        if (ready > 0 && (entry.revents & POLLIN) == 0)
-        {
-            const int64_t spent = NowMs() - start;
-            if (spent < KEL_SERIAL_IDLE_WAIT_MS)
-                Kel_P_Sleep(static_cast<uint32_t>(KEL_SERIAL_IDLE_WAIT_MS - spent));
-        }
+        dead = poll(&entry, 1, KEL_SERIAL_IDLE_WAIT_MS) > 0 &&
+               (entry.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+    }
+    // A line that hung up (the far end of a pseudo-terminal closed, an adapter unplugged) will bring
+    // nothing more: a communication failure at once, rather than a wait that polls it again and again.
+    if (dead)
+    {
+        KEL_TRACE(KEL_TRACE_LEVEL_ERROR, "Kel_P_Serial_Read - Fail, line hung up, port_name=%s",
+                  pSerialContext->port_name);
+        KEL_GOTO_CODE(Kel_BadCommunicationError);
     }
     KEL_EXIT(Kel_Good);
 }
@@ -806,7 +823,13 @@ Kel_StatusCode Kel_P_Serial_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, u
     KEL_REJECT_NULL(pSerialContext);
     if (pSerialContext->isHardwarePort == 1)
     {
-        if (tcflush(PortFd(pSerialContext), aInput == 1 ? TCIOFLUSH : TCOFLUSH) != 0)
+        // What this library has written is never thrown away: a pseudo-terminal holds written bytes
+        // until its other side reads them, and "+++" purged before the modem saw it would leave the
+        // modem in data mode. So the output is let go (for a bounded time, in case the line is held by
+        // flow control), and only the input is discarded.
+        const int fd = PortFd(pSerialContext);
+        DrainOutput(fd);
+        if (aInput == 1 && tcflush(fd, TCIFLUSH) != 0)
             return FailExpr(kelScope, __LINE__,
                             "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
                             "PURGE_TXCLEAR)==0)",

@@ -137,7 +137,10 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
         return fail(__LINE__);
     }
 
-    int nonBlocking = 0;
+    // The connect itself is bounded by the time-out: it runs non-blocking and is awaited below; the
+    // socket is blocking again once connected. A time-out of 0 leaves the connect blocking, bounded by
+    // the system alone, as the wait below could not see it complete otherwise.
+    int nonBlocking = aTimeout != 0 ? 1 : 0;
     result = Retry([&] { return ioctl(fd, FIONBIO, &nonBlocking); });
     if (result > 0)
     {
@@ -180,10 +183,27 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
     int pendingError = 0;
     socklen_t length = sizeof(pendingError);
     result = Retry([&] { return getsockopt(fd, SOL_SOCKET, SO_ERROR, &pendingError, &length); });
-    if (result == SOCKET_ERROR || pendingError != 0)
+    if (result == SOCKET_ERROR)
     {
-        failedErrno = pendingError != 0 ? pendingError : errno;
+        failedErrno = errno;
         Kel_Trace_GotoCode(kelScope, __LINE__, "Kel_BadCommunicationError", Kel_BadCommunicationError);
+        return fail(__LINE__);
+    }
+    // The connect that was under way failed (refused, unreachable): traced as a failed connect.
+    if (pendingError != 0)
+    {
+        failedErrno = pendingError;
+        KEL_TRACE(KEL_TRACE_LEVEL_ERROR,
+                  "Kel_P_Tcp_Client_Create -  Fail, connect - Fail, channel=%s, result=%d, error=%s",
+                  pTcpContext->channel_name, SOCKET_ERROR, strerror(failedErrno));
+        return fail(__LINE__);
+    }
+    nonBlocking = 0;
+    result = Retry([&] { return ioctl(fd, FIONBIO, &nonBlocking); });
+    if (result > 0)
+    {
+        failedErrno = errno;
+        Kel_Trace_GotoExpr(kelScope, __LINE__, "(result > 0)");
         return fail(__LINE__);
     }
 

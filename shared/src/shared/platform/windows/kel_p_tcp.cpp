@@ -80,6 +80,24 @@ int SelectOne(SOCKET aSocket, bool aWrite, uint32_t aMilliseconds)
         });
 }
 
+// The wait for a connect under way: writable once connected; a connect that failed shows in the
+// exception set (winsock does not mark it writable), and its error is read through SO_ERROR after.
+int AwaitConnect(SOCKET aSocket, uint32_t aMilliseconds)
+{
+    return Retry(
+        [&]
+        {
+            fd_set writable;
+            fd_set failed;
+            FD_ZERO(&writable);
+            FD_ZERO(&failed);
+            FD_SET(aSocket, &writable);
+            FD_SET(aSocket, &failed);
+            timeval tv = SplitTimeout(aMilliseconds);
+            return select(0, nullptr, &writable, &failed, &tv);
+        });
+}
+
 // The error text of trace lines: the system's message for the last winsock error (the C library's
 // error number says nothing about a failed socket call on this platform).
 void ErrorText(char (&aText)[ERROR_TEXT_SIZE])
@@ -167,7 +185,10 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
         return fail(__LINE__);
     }
 
-    u_long nonBlocking = 0;
+    // The connect itself is bounded by the time-out: it runs non-blocking and is awaited below; the
+    // socket is blocking again once connected. A time-out of 0 leaves the connect blocking, bounded by
+    // the system alone, as the wait below could not see it complete otherwise.
+    u_long nonBlocking = aTimeout != 0 ? 1 : 0;
     result = Retry([&] { return ioctlsocket(fd, FIONBIO, &nonBlocking); });
     if (result > 0)
     {
@@ -181,7 +202,8 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
     address.sin_addr.s_addr = inet_addr(pTcpContext->ip_address);
     address.sin_port = htons(aRemoteTcpPort);
     result = Retry([&] { return connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)); });
-    if (result == SOCKET_ERROR && WSAGetLastError() != WSAEINPROGRESS)
+    // A non-blocking connect that is under way reports WSAEWOULDBLOCK (10035) or WSAEINPROGRESS (10036).
+    if (result == SOCKET_ERROR && WSAGetLastError() != WSAEINPROGRESS && WSAGetLastError() != WSAEWOULDBLOCK)
     {
         ErrorText(errorText);
         KEL_TRACE(KEL_TRACE_LEVEL_ERROR,
@@ -190,7 +212,7 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
         return fail(__LINE__);
     }
 
-    result = SelectOne(fd, true, aTimeout);
+    result = AwaitConnect(fd, aTimeout);
     if (result == SOCKET_ERROR)
     {
         ErrorText(errorText);
@@ -213,12 +235,28 @@ Kel_StatusCode Kel_P_Tcp_Client_Create(Kel_P_Tcp_Context* pTcpContext, const cha
     result = Retry(
         [&]
         { return getsockopt(fd, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&pendingError), &length); });
-    if (result == SOCKET_ERROR || pendingError != 0)
+    if (result == SOCKET_ERROR)
     {
-        if (pendingError != 0)
-            WSASetLastError(pendingError);
         ErrorText(errorText);
         Kel_Trace_GotoCode(kelScope, __LINE__, "Kel_BadCommunicationError", Kel_BadCommunicationError);
+        return fail(__LINE__);
+    }
+    // The connect that was under way failed (refused, unreachable): traced as a failed connect.
+    if (pendingError != 0)
+    {
+        WSASetLastError(pendingError);
+        ErrorText(errorText);
+        KEL_TRACE(KEL_TRACE_LEVEL_ERROR,
+                  "Kel_P_Tcp_Client_Create -  Fail, connect - Fail, channel=%s, result=%d, error=%s",
+                  pTcpContext->channel_name, SOCKET_ERROR, errorText);
+        return fail(__LINE__);
+    }
+    nonBlocking = 0;
+    result = Retry([&] { return ioctlsocket(fd, FIONBIO, &nonBlocking); });
+    if (result > 0)
+    {
+        ErrorText(errorText);
+        Kel_Trace_GotoExpr(kelScope, __LINE__, "(result > 0)");
         return fail(__LINE__);
     }
 
