@@ -8,7 +8,10 @@
 #   COM         a pseudo-terminal behind a COM link of the wine prefix (eOpen)
 #   COM_SILENT  the same, silent
 #   COM_ECHO    an RS-485 line that echoes every request
-#   COM_MODEM   a GSM modem (AT commands, then a data call)
+#   COM_MODEM   a GSM modem (AT commands, then a data call), with the dial plan of dial_plan.txt
+#               beside METER.json (zentor-sim --dial, one per line)
+#   COM_GATEWAY a GSM gateway (CRC-24 packets)
+#   TCP_ECHO    a TCP listener whose line echoes every request
 # and names them to the host as Q310_SIM_<NAME>_PORT (TCP port or COM number) and Q310_SIM_<NAME>_TRACE
 # (the trace file as a Windows path), the DLL as Q310_DLL and the export list as Q310_EXPORTS.
 # Exit status 77 (a skip for ctest) only when ZENTOR-SIM is missing, that is when the native build has
@@ -111,7 +114,13 @@ start_tcp TCP_SILENT --silent always
 start_com COM
 start_com COM_SILENT --silent always
 start_com COM_ECHO --mode echo
-start_com COM_MODEM --mode modem --dial-step 100
+dial_plan=()
+while IFS= read -r entry; do
+    dial_plan+=(--dial "$entry")
+done <"$(dirname "$state")/dial_plan.txt"
+start_tcp TCP_ECHO --mode echo
+start_com COM_MODEM --mode modem --dial-step 100 "${dial_plan[@]}"
+start_com COM_GATEWAY --mode gateway
 
 export Q310_DLL="$(winpath "$dll")"
 export Q310_EXPORTS="$(winpath "$exports")"

@@ -211,17 +211,8 @@ int main(int argc, char** argv)
                 line.Modem().dialStepMs = Number(value());
             else if (option == "--dial")
             {
-                const std::string text = value();
-                const size_t first = text.find(':');
-                const size_t second = first == std::string::npos ? first : text.find(':', first + 1);
-                if (second == std::string::npos)
+                if (!AddDialScript(value(), line.Modem()))
                     throw std::runtime_error("--dial takes NUMBER:MS:LINE,LINE,...");
-                ModemSettings::DialScript script;
-                script.stepMs = Number(text.substr(first + 1, second - first - 1));
-                std::stringstream list(text.substr(second + 1));
-                for (std::string item; std::getline(list, item, ',');)
-                    script.lines.push_back(item);
-                line.Modem().dialScripts[text.substr(0, first)] = script;
             }
             else if (option == "--dial-hangup")
                 line.Modem().dialHangup = true;

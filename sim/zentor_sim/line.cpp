@@ -265,6 +265,29 @@ Reply LineEngine::FeedGateway()
     return reply;
 }
 
+bool AddDialScript(const std::string& text, ModemSettings& modem)
+{
+    const size_t first = text.find(':');
+    const size_t second = first == std::string::npos ? first : text.find(':', first + 1);
+    if (second == std::string::npos || second == first + 1)
+        return false;
+    ModemSettings::DialScript script;
+    for (size_t i = first + 1; i < second; ++i)
+    {
+        if (!std::isdigit(static_cast<unsigned char>(text[i])))
+            return false;
+        script.stepMs = script.stepMs * 10 + static_cast<unsigned>(text[i] - '0');
+    }
+    for (size_t start = second + 1; start <= text.size();)
+    {
+        const size_t comma = std::min(text.find(',', start), text.size());
+        script.lines.push_back(text.substr(start, comma - start));
+        start = comma + 1;
+    }
+    modem.dialScripts[text.substr(0, first)] = script;
+    return true;
+}
+
 Reply LineEngine::FeedModemCommand(const uint8_t* data, size_t size)
 {
     Reply reply;

@@ -23,6 +23,9 @@ enum class LineMode
 };
 
 const char* LineModeName(LineMode mode);
+struct ModemSettings;
+// "NUMBER:MS:LINE,LINE,..." (zentor-sim --dial) into the modem's dial scripts; false when malformed.
+bool AddDialScript(const std::string& text, ModemSettings& modem);
 bool ParseLineMode(const std::string& text, LineMode& mode);
 
 // A count knob acts on the next n requests (it counts down); kAlways makes it act on every one.

@@ -92,8 +92,15 @@ protected:
     bool OpenSession() { return OpenClient(Tcp() ? "TCP" : "COM", Tcp()); }
     bool OpenSilent() { return OpenMeter(Tcp() ? "TCP_SILENT" : "COM_SILENT", Tcp()); }
     int32_t MeterCom() const { return dll::MeterFromEnv("COM").port; }
-    bool OpenModemLine() { return OpenMeter("COM_MODEM", false); }
-    bool OpenEchoLine() { return OpenMeter("COM_ECHO", false); }
+    // The path's meter behind aLine (on TCP: plain or echoing), opened without a client.
+    bool OpenLine(host::Line aLine)
+    {
+        if (opened)
+            Q310_DLL(eClose)(0, err);
+        static const char* const kCom[] = {"COM", "COM_ECHO", "COM_MODEM", "COM_GATEWAY"};
+        static const char* const kTcp[] = {"TCP", "TCP_ECHO", "", ""};
+        return OpenMeter((Tcp() ? kTcp : kCom)[static_cast<int>(aLine)], Tcp());
+    }
 };
 
 // ---- The export table ----

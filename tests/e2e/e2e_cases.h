@@ -6,15 +6,18 @@
 //                    opened and the client created by eReadSerialNumber, meter state of
 //                    tests/dll/meter.json), OpenSilent() (the same path to a meter that never answers,
 //                    no client yet), Sent(action) (the bytes the meter received while the action ran)
-//                    Tcp() (whether the path is TCP), and for the serial path MeterCom() (the COM number
-//                    of a meter, nothing opened), OpenEchoLine() (then a meter behind an RS-485 echo) and
-//                    OpenModemLine() (a meter behind a GSM modem);
+//                    Tcp() (whether the path is TCP), OpenLine(line) (the path's meter behind a line of
+//                    host::Line, no client yet: on TCP plain or echoing; the modem with the dial plan of
+//                    tests/dll/dial_plan.txt), and for the serial path MeterCom() (the COM number of a
+//                    meter, nothing opened);
 // and instantiates HostTest.
 #pragma once
 
 #include "e2e/e2e_host.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstring>
 #include <functional>
 #include <iterator>
 
@@ -259,9 +262,9 @@ TEST_P(HostTest, TariffScheduleAndHolidayTexts)
     EXPECT_TRUE(ErrUntouched());
 }
 
-// ---- Journals and the raw exchange ----
+// ---- Journals ----
 
-TEST_P(HostTest, JournalLinesAndTheRawExchange)
+TEST_P(HostTest, JournalLines)
 {
     ASSERT_TRUE(OpenSession());
     char text[1024] = {};
@@ -269,16 +272,6 @@ TEST_P(HostTest, JournalLinesAndTheRawExchange)
               Concat({Frame({0x34, 0x00}), Frame({0x34, 0x01}), Frame({0x34, 0x02})}));
     EXPECT_STREQ(text, "08:05:09 14.03.2024 POWER ON\n"
                        "23:59:01 13.03.2024 POWER OFF\n");
-
-    const Bytes request = Frame({0x81});
-    uint8_t answer[64];
-    uint32_t length = sizeof(answer);
-    ASSERT_EQ(
-        HOST_CALL(eWriteData)(0, request.data(), static_cast<uint32_t>(request.size()), answer, &length, err),
-        1);
-    ASSERT_EQ(length, 17u);
-    EXPECT_EQ(Bytes(answer, answer + 7), (Bytes{0x00, 0x00, 0x00, 0x01, 0x81, 0x50, 0x01}));
-    EXPECT_EQ(Crc16(Bytes(answer, answer + 15)), answer[15] | (answer[16] << 8));
     EXPECT_TRUE(ErrUntouched());
 }
 
@@ -380,7 +373,7 @@ TEST_P(HostTest, RefusedOpensAndTheEchoingLine)
 
     // The echo variant takes the line's echo of each request off the answer.
     ClearErr();
-    ASSERT_TRUE(OpenEchoLine());
+    ASSERT_TRUE(OpenLine(host::Line::Echo));
     EXPECT_EQ(HOST_CALL(eSetEchoFlag)(1), 0); // 0 in every case
     char text[32] = {};
     ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1);
@@ -399,7 +392,7 @@ TEST_P(HostTest, GsmModemDataCall)
 {
     if (Tcp())
         GTEST_SKIP() << "a serial path's test";
-    ASSERT_TRUE(OpenModemLine());
+    ASSERT_TRUE(OpenLine(host::Line::Modem));
     // The client's time-outs come from eReadSerialNumber; the modem in command mode does not answer
     // meter frames, so this one fails with its message.
     char text[32] = {};
@@ -434,6 +427,103 @@ TEST_P(HostTest, GsmModemDataCall)
     // Back on the plain channel and in command mode.
     EXPECT_EQ(HOST_CALL(eWriteATZtoGSM)(err), 1);
     EXPECT_TRUE(ErrUntouched());
+}
+
+// The dial plan of the modem (tests/dll/dial_plan.txt): the modem's answers come with its echo in one
+// write, line by line, or with progress lines before them; each ends in its result, failures at once
+// with the modem's last answer behind the message, and a connected call is hung up again.
+TEST_P(HostTest, DialResultsWhateverTheModemSendsAroundThem)
+{
+    if (Tcp())
+        GTEST_SKIP() << "a serial path's test";
+    ASSERT_TRUE(OpenLine(host::Line::Modem));
+    ASSERT_EQ(HOST_CALL(eSetEchoMode)(1, err), 1);
+    const struct
+    {
+        const char* number;
+        const char* answer; // behind the message; nullptr: connected
+    } cases[] = {
+        {"5550101", nullptr},                 // echo and CONNECT 9600 in one read
+        {"5550102", nullptr},                 // RING, CONNECT 9600
+        {"5550103", nullptr},                 // DIALING, RING, RING, CONNECT 19200
+        {"5550104", "\r\nNO DIALTONE\r\n"}, // with the echo
+        {"5550105", "\r\nBUSY\r\n"},
+        {"5550106", "\r\nNO ANSWER\r\n"}, // after RING
+        {"5550107", "\r\nERROR\r\n"},     // with the echo
+        {"5550108", "\r\nNO CARRIER\r\n"},
+    };
+    const std::string dialText = Cp1251("Дозвон по GSM каналу CSD режим: ошибка ");
+    for (const auto& c : cases)
+    {
+        ClearErr();
+        const auto start = std::chrono::steady_clock::now();
+        const int32_t result = HOST_CALL(eWriteATDtoGSM)(c.number, 7, 5, err);
+        const auto ms =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+        EXPECT_LT(ms, 2500) << c.number;
+        if (c.answer == nullptr)
+        {
+            EXPECT_EQ(result, 1) << c.number;
+            EXPECT_TRUE(ErrUntouched()) << c.number;
+            EXPECT_EQ(HOST_CALL(eDisconnectGSM)(err), 1) << c.number;
+            continue;
+        }
+        EXPECT_EQ(result, 0) << c.number;
+        // The modem's last read behind the message: a progress line may have come in it.
+        const std::string message(err);
+        EXPECT_EQ(message.substr(0, dialText.size()), dialText) << c.number;
+        const std::string answer = message.substr(std::min(message.size(), dialText.size()));
+        EXPECT_TRUE(answer.size() >= strlen(c.answer) &&
+                    answer.compare(answer.size() - strlen(c.answer), std::string::npos, c.answer) == 0)
+            << c.number << ": " << answer;
+        EXPECT_EQ(answer.find("ATD"), std::string::npos) << c.number;
+    }
+}
+
+// The raw exchange on every channel variant: the meter's answer to 0x81, byte for byte the same behind
+// each, the echo or the gateway's packet taken off.
+TEST_P(HostTest, RawExchangeOnEveryChannelVariant)
+{
+    const Bytes request = Frame({0x81});
+    const auto rawExchange = [&](const char* aName)
+    {
+        uint8_t answer[64];
+        uint32_t length = sizeof(answer);
+        ClearErr();
+        EXPECT_EQ(HOST_CALL(eWriteData)(0, request.data(), static_cast<uint32_t>(request.size()), answer, &length,
+                                        err),
+                  1)
+            << aName;
+        EXPECT_TRUE(ErrUntouched()) << aName;
+        return Bytes(answer, answer + std::min<uint32_t>(length, sizeof(answer)));
+    };
+    ASSERT_TRUE(OpenLine(host::Line::Plain));
+    const Bytes expected = rawExchange("plain");
+    ASSERT_EQ(expected.size(), 17u);
+    EXPECT_EQ(Bytes(expected.begin(), expected.begin() + 7), (Bytes{0x00, 0x00, 0x00, 0x01, 0x81, 0x50, 0x01}));
+    EXPECT_EQ(Crc16(Bytes(expected.begin(), expected.begin() + 15)), expected[15] | (expected[16] << 8));
+
+    ASSERT_TRUE(OpenLine(host::Line::Echo));
+    if (Tcp())
+    {
+        HOST_CALL(eSetTcpFlag)(1, 1);
+        EXPECT_EQ(rawExchange("TCP bridge with echo"), expected);
+        HOST_CALL(eSetTcpFlag)(1, 0);
+        return;
+    }
+    HOST_CALL(eSetEchoFlag)(1);
+    EXPECT_EQ(rawExchange("RS-485 echo"), expected);
+
+    ASSERT_TRUE(OpenLine(host::Line::Modem));
+    ASSERT_EQ(HOST_CALL(eWriteATDtoGSM)("5550101", 7, 5, err), 1);
+    ASSERT_EQ(HOST_CALL(eSetGSMFlag)(1), 1);
+    EXPECT_EQ(rawExchange("GSM data call"), expected);
+    EXPECT_EQ(HOST_CALL(eDisconnectGSM)(err), 1);
+
+    ASSERT_TRUE(OpenLine(host::Line::Gateway));
+    ASSERT_EQ(HOST_CALL(eSetGSMFlag)(2), 1);
+    ASSERT_EQ(HOST_CALL(eWriteParamGSMLock)(9600, 8, 1, 0, 0, 500, 3, err), 1);
+    EXPECT_EQ(rawExchange("GSM gateway"), expected);
 }
 
 // ---- The null-argument rule, for every export of the list ----

@@ -27,6 +27,15 @@ constexpr int32_t kUnknownResponse = static_cast<int32_t>(0x8A050000u);
 // A read returns 20 ms after the last byte or after 300 ms.
 inline const uint32_t kTimeOuts[5] = {20, 0, 300, 0, 0};
 inline const char* const kMode = "baud=9600 parity=None data=8 stop=1 dtr=on rts=on";
+// What stands between the host and the meter: the meter's own line, an RS-485 line that echoes every
+// request, a GSM modem (AT commands, then a data call with the modem's echo), a GSM gateway.
+enum class Line
+{
+    Plain,
+    Echo,
+    Modem,
+    Gateway
+};
 // Error buffers are filled with this byte first, so that untouched bytes can be told apart.
 constexpr char kUntouched = '\x7E';
 

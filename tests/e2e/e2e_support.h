@@ -121,20 +121,24 @@ protected:
     }
     bool OpenPath(const char* aMode = "baud=9600 parity=None data=8 stop=1 dtr=on rts=on")
     {
-        int32_t result = 0;
-        if (GetParam() == Path::Serial)
-        {
-            StartPtyAsCom(*simulator, kComNumber);
-            result = eOpen(kComNumber, aMode, kTimeOuts, err);
-        }
-        else
-        {
-            const uint16_t port = simulator->StartTcp();
-            result = eTcpOpen(port, "127.0.0.1", 0, kTimeOuts[2], err);
-        }
+        StartOnce();
+        const int32_t result = GetParam() == Path::Serial
+                                   ? eOpen(kComNumber, aMode, kTimeOuts, err)
+                                   : eTcpOpen(tcpPort, "127.0.0.1", 0, kTimeOuts[2], err);
         opened = true;
         EXPECT_EQ(result, 1) << err;
         return result == 1;
+    }
+    // The simulator on the path of the test parameter, started by the first open of the test.
+    void StartOnce()
+    {
+        if (started)
+            return;
+        started = true;
+        if (GetParam() == Path::Serial)
+            StartPtyAsCom(*simulator, kComNumber);
+        else
+            tcpPort = simulator->StartTcp();
     }
 
     // The simulator's trace lines ("rx <hex>", "tx <hex>", "-- <note>") since the last ClearTrace.
@@ -162,6 +166,8 @@ protected:
     }
 
     std::unique_ptr<zentor_sim::Simulator> simulator;
+    bool started = false;
+    uint16_t tcpPort = 0;
     bool opened = false;
     std::mutex traceMutex;
     std::vector<std::string> trace;

@@ -21,20 +21,26 @@ protected:
     bool Tcp() const { return GetParam() == e2e::Path::Tcp; }
     int32_t MeterCom()
     {
-        e2e::StartPtyAsCom(*simulator, e2e::kComNumber);
+        StartOnce();
         return e2e::kComNumber;
     }
-    // The meter of MeterCom(), now behind an RS-485 echo.
-    bool OpenEchoLine()
+    // The path's meter behind aLine, opened without a client; the modem has the dial plan of
+    // tests/dll/dial_plan.txt.
+    bool OpenLine(host::Line aLine)
     {
-        simulator->Line().SetMode(zentor_sim::LineMode::Echo);
-        opened = true;
-        return eOpen(e2e::kComNumber, host::kMode, host::kTimeOuts, err) == 1;
-    }
-    bool OpenModemLine()
-    {
-        simulator->Line().SetMode(zentor_sim::LineMode::Modem);
-        simulator->Line().Modem().dialStepMs = 100;
+        if (opened)
+            eClose(0, err);
+        {
+            auto lock = simulator->Lock();
+            static const zentor_sim::LineMode kModes[] = {zentor_sim::LineMode::Plain, zentor_sim::LineMode::Echo,
+                                                          zentor_sim::LineMode::Modem,
+                                                          zentor_sim::LineMode::Gateway};
+            simulator->Line().SetMode(kModes[static_cast<int>(aLine)]);
+            simulator->Line().Modem().dialStepMs = 100;
+            std::ifstream plan(Q310_DIAL_PLAN);
+            for (std::string entry; std::getline(plan, entry);)
+                EXPECT_TRUE(zentor_sim::AddDialScript(entry, simulator->Line().Modem())) << entry;
+        }
         return OpenPath();
     }
     bool OpenSilent()

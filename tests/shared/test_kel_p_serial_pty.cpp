@@ -179,6 +179,22 @@ TEST_F(PtyLine, ReadsGiveWhatIsQueuedAndTraceIt)
     if (first.empty())
         first = TimedRead(4, {}, &elapsed);
     EXPECT_EQ(first, (Bytes{0x55}));
+
+    // A purge discards the input but lets what was written leave: "+++" written just before reaches the
+    // far end whole.
+    ASSERT_EQ(write(mPeer, "\x66", 1), 1);
+    ASSERT_EQ(WaitQueued(1), 1u);
+    uint32_t written = 0;
+    ASSERT_EQ(Kel_P_Serial_Write(&mPort, reinterpret_cast<const uint8_t*>("+++"), 3, 0, &written), Kel_Good);
+    ASSERT_EQ(Kel_P_Serial_Clear_Buffer(&mPort, 1), Kel_Good);
+    uint32_t queued = 9;
+    EXPECT_EQ(Kel_P_Serial_Get_Bytes_In_Buffer(&mPort, 1, &queued), Kel_Good);
+    EXPECT_EQ(queued, 0u);
+    pollfd peer{mPeer, POLLIN, 0};
+    char out[8] = {};
+    ASSERT_EQ(poll(&peer, 1, 1000), 1);
+    EXPECT_EQ(read(mPeer, out, sizeof(out)), 3);
+    EXPECT_STREQ(out, "+++");
 }
 
 TEST_F(PtyLine, WritesStopAtTheWriteTimeoutAndAHungUpLineEndsReads)
