@@ -27,6 +27,11 @@ step() {
 }
 build() { cmake --preset "$1" >/dev/null && cmake --build --preset "$1" -j "$jobs"; }
 
+# Named semaphores live in /dev/shm as sem.NAME; the library removes its own when the last user ends,
+# so a run must leave none behind that were not there before it.
+semaphores() { find /dev/shm -maxdepth 1 -name 'sem.*' -printf '%f\n' 2>/dev/null | sort; }
+semaphores_before="$(semaphores)"
+
 step "set-up" bash scripts/setup-deps.sh
 step "native: build" build native
 step "native: test" ctest --preset native -j "$test_jobs"
@@ -50,6 +55,15 @@ bash scripts/wine-server.sh stop "build/$windows"
 step "sanitize: build" build sanitize
 step "sanitize: test" ctest --preset sanitize -j "$test_jobs" -LE no_sanitize
 step "fuzz: build and short runs" bash scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
+
+left_behind() {
+    local left
+    left="$(comm -13 <(echo "$semaphores_before") <(semaphores))"
+    [ -z "$left" ] && return 0
+    echo "left in /dev/shm by the run:" $left
+    return 1
+}
+step "nothing left in /dev/shm" left_behind
 
 echo "=== times"
 printf '%s\n' "${times[@]}"

@@ -167,16 +167,19 @@ json 'len(d["slots"]) == 48 and d["slots"][47]["time"] == "23:30"' \
 run 0 "${PORT[@]}" raw "00 00 00 01 2F 64 4C"
 has out "request: 00 00 00 01 2F 64 4C" "answer:  00 00 00 01 2F 01 40 70 E1 3B 47" "length:  11"
 
-# GSM data call and gateway paths
-# (The modem's dial steps stay at their default: the library reads the echo of ATD once, and a result
-# arriving within the same read would be taken for part of the echo.)
-start_sim "$work/modem" --mode modem
+# GSM data call (the modem's echo and CONNECT in one write), gateway and echo paths; the raw exchange
+# through the gateway's packets and the line's echo.
+start_sim "$work/modem" --mode modem --dial-step 0
 run 0 --port "$work/modem" --gsm 5550100 --dial-timeout 5 --json read network
 json 'd["network"]["frequency_Hz"] == 50.01'
 start_sim "$work/gateway" --mode gateway
 run 0 --port "$work/gateway" --gateway read battery
 has out "  voltage: 3.61 V"
+run 0 --port "$work/gateway" --gateway raw "00 00 00 01 2F 64 4C"
+has out "answer:  00 00 00 01 2F 01 40 70 E1 3B 47"
 start_sim "$work/echo" --mode echo
+run 0 --port "$work/echo" --echo raw "00 00 00 01 2F 64 4C"
+has out "answer:  00 00 00 01 2F 01 40 70 E1 3B 47"
 run 0 --port "$work/echo" --echo read battery
 has out "  voltage: 3.61 V"
 # The five serial time-outs, here the set that returns each read at once with what is queued.
