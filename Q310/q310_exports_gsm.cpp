@@ -259,8 +259,8 @@ namespace
 {
 // The dial failure text with the modem's last answer behind it (at most one read of it, 128 bytes,
 // so that the text fits the 168 bytes the host gives).
-int32_t DialFailed(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus, const uint8_t* pAnswer,
-                   uint32_t aAnswerSize, char* outErr)
+int32_t DialFailed(const Kel_TraceScope& aScope, int32_t aLine, Kel_StatusCode aStatus,
+                   const uint8_t* pAnswer, uint32_t aAnswerSize, char* outErr)
 {
     Q310_FailWith(aScope, aLine, aStatus, outErr, kDialText);
     memcpy(outErr + kDialText.length, pAnswer, aAnswerSize);
@@ -344,7 +344,8 @@ int32_t AwaitDialResult(const Kel_TraceScope& aScope, const char* pCommand, size
                 continue;
             if (kind == DialLine::Connected)
                 return 1;
-            return DialFailed(aScope, __LINE__, Kel_Bad, pAnswer + answerStart, received - answerStart, outErr);
+            return DialFailed(aScope, __LINE__, Kel_Bad, pAnswer + answerStart, received - answerStart,
+                              outErr);
         }
         if (received > answerStart)
         {

@@ -32,9 +32,9 @@ protected:
             eClose(0, err);
         {
             auto lock = simulator->Lock();
-            static const zentor_sim::LineMode kModes[] = {zentor_sim::LineMode::Plain, zentor_sim::LineMode::Echo,
-                                                          zentor_sim::LineMode::Modem,
-                                                          zentor_sim::LineMode::Gateway};
+            static const zentor_sim::LineMode kModes[] = {
+                zentor_sim::LineMode::Plain, zentor_sim::LineMode::Echo, zentor_sim::LineMode::Modem,
+                zentor_sim::LineMode::Gateway};
             simulator->Line().SetMode(kModes[static_cast<int>(aLine)]);
             simulator->Line().Modem().dialStepMs = 100;
             std::ifstream plan(Q310_DIAL_PLAN);

@@ -1,6 +1,6 @@
 // The meter's data through the exports beyond the shared cases (e2e_cases.h), against the simulated
 // meter: settings that change its state and read back with their odd mappings; journals with their event
-// texts, the power-profile shapes, the raw exchange; tariff zones in the raw 8-zone and the client's
+// texts, the power-profile shapes; tariff zones in the raw 8-zone and the client's
 // 16-zone form in day-kind order, refused texts with nothing sent, the fast write and the placeholders.
 #include "e2e_support.h"
 
@@ -256,29 +256,6 @@ TEST_P(MeterTest, PowerProfileShapesAgree)
     // A block outside the day is refused by the client.
     EXPECT_EQ(eReadSecPowerProfile_23(0, 14, 3, 2024, 6, block, err), 0);
     ExpectMessage("Запрос на чтение профиля мощности: Нет ответа.", "block 6");
-}
-
-// The raw exchange (its good answer is among the shared cases) with a silent meter and with a buffer
-// shorter than the answer.
-TEST_P(MeterTest, RawExchangeSilentAndShort)
-{
-    ASSERT_TRUE(OpenPath()); // no protocol client needed
-    const Bytes request = host::Frame({0x81});
-    uint8_t answer[64];
-    uint32_t length = sizeof(answer);
-    Silence();
-    EXPECT_EQ(eWriteData(0, request.data(), static_cast<uint32_t>(request.size()), answer, &length, err), 0);
-    EXPECT_EQ(length, 0u);
-    ExpectMessage("Запрос на передачу данных: Нет ответа.", "silent");
-    {
-        auto lock = simulator->Lock();
-        simulator->GetFaults().silent = 0;
-    }
-    // What fits (the rest stays behind in the channel).
-    length = 6;
-    ASSERT_EQ(eWriteData(0, request.data(), static_cast<uint32_t>(request.size()), answer, &length, err), 1);
-    EXPECT_EQ(length, 6u);
-    EXPECT_EQ(Bytes(answer, answer + 5), (Bytes{0x00, 0x00, 0x00, 0x01, 0x81}));
 }
 
 TEST_P(MeterTest, ClientFormReadsTheMeterTablesInDayKindOrder)

@@ -212,12 +212,9 @@ TEST(Locks, SemaphoreNameEndsWithTheProcess)
         ASSERT_EQ(Kel_P_Semaphore_CreateImp(&kept, child, 1, 1), Kel_Good);
         return;
     }
-    const std::string name = UniqueName("q310-ends-");
-    const std::string variable = "Q310_SEMAPHORE_CHILD=" + name;
-    char filter[] = "--gtest_filter=Locks.SemaphoreNameEndsWithTheProcess";
-    char program[] = "test_kel_locks";
-    char* argv[] = {program, filter, nullptr};
-    char* envp[] = {const_cast<char*>(variable.c_str()), nullptr};
+    const std::string name = UniqueName("q310-ends-"), variable = "Q310_SEMAPHORE_CHILD=" + name;
+    char program[] = "test_kel_locks", filter[] = "--gtest_filter=Locks.SemaphoreNameEndsWithTheProcess";
+    char *argv[] = {program, filter, nullptr}, *envp[] = {const_cast<char*>(variable.c_str()), nullptr};
     pid_t pid = 0;
     ASSERT_EQ(posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv, envp), 0);
     int status = -1;
