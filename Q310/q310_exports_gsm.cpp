@@ -11,14 +11,14 @@
 
 namespace
 {
-constexpr auto kDisconnectText = Q310_Cp1251("Запрос на разрыв GSM соединения: Нет ответа.");
-constexpr auto kEchoText = Q310_Cp1251("Запрос на запись AT команды ECHO: Нет ответа.");
-constexpr auto kAtzText = Q310_Cp1251("Запрос на запись AT команды ATZ: Нет ответа.");
-constexpr auto kCbstText = Q310_Cp1251("Запрос на запись AT команды AT+CBST: Нет ответа.");
-constexpr auto kAtd2Text = Q310_Cp1251("Запрос на запись AT команды AT&D2: Нет ответа.");
-constexpr auto kAts7Text = Q310_Cp1251("Запрос на запись AT команды ATS7=60: Нет ответа.");
-constexpr auto kDialText = Q310_Cp1251("Дозвон по GSM каналу CSD режим: ошибка ");
-constexpr auto kGatewayText = Q310_Cp1251("Запрос на запись режима GSM: Нет ответа.");
+constexpr auto kDisconnectText = Kel_Cp1251("Запрос на разрыв GSM соединения: Нет ответа.");
+constexpr auto kEchoText = Kel_Cp1251("Запрос на запись AT команды ECHO: Нет ответа.");
+constexpr auto kAtzText = Kel_Cp1251("Запрос на запись AT команды ATZ: Нет ответа.");
+constexpr auto kCbstText = Kel_Cp1251("Запрос на запись AT команды AT+CBST: Нет ответа.");
+constexpr auto kAtd2Text = Kel_Cp1251("Запрос на запись AT команды AT&D2: Нет ответа.");
+constexpr auto kAts7Text = Kel_Cp1251("Запрос на запись AT команды ATS7=60: Нет ответа.");
+constexpr auto kDialText = Kel_Cp1251("Дозвон по GSM каналу CSD режим: ошибка ");
+constexpr auto kGatewayText = Kel_Cp1251("Запрос на запись режима GSM: Нет ответа.");
 
 constexpr uint32_t kAnswerSize = KEL_ZENTOR1PHASE_IN_BUFFER_SIZE;
 
@@ -116,7 +116,7 @@ Kel_StatusCode ExchangeExpectOk(const char* pCommand, uint32_t aSize)
 
 template <size_t N>
 int32_t FixedCommand(const Kel_TraceScope& aScope, const char* pCommand, char* outErr,
-                     const Q310_Cp1251Text<N>& aText)
+                     const Kel_Cp1251Text<N>& aText)
 {
     const Kel_StatusCode status = ExchangeExpectOk(pCommand, static_cast<uint32_t>(strlen(pCommand)));
     if (Kel_IsBad(status))

@@ -21,10 +21,10 @@
 
 namespace
 {
-constexpr auto kReadJournal = Q310_Cp1251("Запрос на чтение журнала событий: Нет ответа.");
-constexpr auto kReadPke = Q310_Cp1251("Запрос на чтение журнала качества электроэнергии: Нет ответа.");
-constexpr auto kReadProfile = Q310_Cp1251("Запрос на чтение профиля мощности: Нет ответа.");
-constexpr auto kWriteData = Q310_Cp1251("Запрос на передачу данных: Нет ответа.");
+constexpr auto kReadJournal = Kel_Cp1251("Запрос на чтение журнала событий: Нет ответа.");
+constexpr auto kReadPke = Kel_Cp1251("Запрос на чтение журнала качества электроэнергии: Нет ответа.");
+constexpr auto kReadProfile = Kel_Cp1251("Запрос на чтение профиля мощности: Нет ответа.");
+constexpr auto kWriteData = Kel_Cp1251("Запрос на передачу данных: Нет ответа.");
 
 constexpr uint32_t kBlocks = 6;
 constexpr uint32_t kSlotsPerBlock = 8;

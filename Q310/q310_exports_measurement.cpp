@@ -10,49 +10,49 @@
 
 namespace
 {
-constexpr auto kSerialText = Q310_Cp1251("Запрос на чтение серийного номера: Нет ответа.");
-constexpr auto kUipText = Q310_Cp1251("Запрос на чтение напряжения тока и мощности: Нет ответа.");
-constexpr auto kFrequencyText = Q310_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
-constexpr auto kPowerQ316Text = Q310_Cp1251("Запрос на чтение потребляемой реактивной мощности: Нет ответа.");
-constexpr auto kCosText = Q310_Cp1251("Запрос на чтение коэффициента мощности: Нет ответа.");
-constexpr auto kEnergyText = Q310_Cp1251("Запрос на чтение энергии от сброса по тарифам: Нет ответа.");
-constexpr auto kEnergyQ316Text = Q310_Cp1251("Запрос на чтение реактивной энергии от сброса: Нет ответа.");
+constexpr auto kSerialText = Kel_Cp1251("Запрос на чтение серийного номера: Нет ответа.");
+constexpr auto kUipText = Kel_Cp1251("Запрос на чтение напряжения тока и мощности: Нет ответа.");
+constexpr auto kFrequencyText = Kel_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
+constexpr auto kPowerQ316Text = Kel_Cp1251("Запрос на чтение потребляемой реактивной мощности: Нет ответа.");
+constexpr auto kCosText = Kel_Cp1251("Запрос на чтение коэффициента мощности: Нет ответа.");
+constexpr auto kEnergyText = Kel_Cp1251("Запрос на чтение энергии от сброса по тарифам: Нет ответа.");
+constexpr auto kEnergyQ316Text = Kel_Cp1251("Запрос на чтение реактивной энергии от сброса: Нет ответа.");
 // Both month reads carry the same text.
-constexpr auto kMonthText = Q310_Cp1251("Запрос на чтение реактивной энергии по месяцам: Нет ответа.");
-constexpr auto kMaxCurrentText = Q310_Cp1251("Запрос на чтение максимума тока: Нет ответа.");
-constexpr auto kMaxPowerText = Q310_Cp1251("Запрос на чтение максимума мощности: Нет ответа.");
-constexpr auto kResetMaxText = Q310_Cp1251("Запрос на сброс максимумов: Нет ответа.");
-constexpr auto kSoftVersionText = Q310_Cp1251("Запрос на чтение версии ПО: Нет ответа.");
-constexpr auto kIdentPoText = Q310_Cp1251("Запрос на чтение идентификатора ПО: Нет ответа.");
-constexpr auto kOutputDateText = Q310_Cp1251("Запрос на чтение даты изготовления: Нет ответа.");
+constexpr auto kMonthText = Kel_Cp1251("Запрос на чтение реактивной энергии по месяцам: Нет ответа.");
+constexpr auto kMaxCurrentText = Kel_Cp1251("Запрос на чтение максимума тока: Нет ответа.");
+constexpr auto kMaxPowerText = Kel_Cp1251("Запрос на чтение максимума мощности: Нет ответа.");
+constexpr auto kResetMaxText = Kel_Cp1251("Запрос на сброс максимумов: Нет ответа.");
+constexpr auto kSoftVersionText = Kel_Cp1251("Запрос на чтение версии ПО: Нет ответа.");
+constexpr auto kIdentPoText = Kel_Cp1251("Запрос на чтение идентификатора ПО: Нет ответа.");
+constexpr auto kOutputDateText = Kel_Cp1251("Запрос на чтение даты изготовления: Нет ответа.");
 constexpr auto kRunningTimeText =
-    Q310_Cp1251("Запрос на чтение времени работы счетчика/батарейки: Нет ответа.");
-constexpr auto kBatteryText = Q310_Cp1251("Запрос на чтение напряжения на батарейке: Нет ответа.");
+    Kel_Cp1251("Запрос на чтение времени работы счетчика/батарейки: Нет ответа.");
+constexpr auto kBatteryText = Kel_Cp1251("Запрос на чтение напряжения на батарейке: Нет ответа.");
 constexpr auto kTypeStateText =
-    Q310_Cp1251("Запрос на чтение типа однофазного счетчика и варианта исполнения: Нет ответа.");
+    Kel_Cp1251("Запрос на чтение типа однофазного счетчика и варианта исполнения: Нет ответа.");
 static_assert(kTypeStateText.length == 77, "the longest message: 78 bytes with the terminator");
-constexpr auto kVariantText = Q310_Cp1251("Запрос на чтение варианта исполнения: Нет ответа.");
-constexpr auto kPlcText = Q310_Cp1251("Запрос на чтение PLC-I: Нет ответа.");
-constexpr auto kCurrentTimeText = Q310_Cp1251("Запрос на чтение текущего времени: Нет ответа.");
+constexpr auto kVariantText = Kel_Cp1251("Запрос на чтение варианта исполнения: Нет ответа.");
+constexpr auto kPlcText = Kel_Cp1251("Запрос на чтение PLC-I: Нет ответа.");
+constexpr auto kCurrentTimeText = Kel_Cp1251("Запрос на чтение текущего времени: Нет ответа.");
 constexpr auto kTimeOnOffText =
-    Q310_Cp1251("Запрос на чтение журнала событий вкл./выкл. и откр./закр. : Нет ответа.");
+    Kel_Cp1251("Запрос на чтение журнала событий вкл./выкл. и откр./закр. : Нет ответа.");
 
 // Weekday names by the meter's weekday number, each in a 12-byte slot (the longest, Воскресенье, is
 // 11 bytes).
 constexpr size_t kWeekdaySlot = 12;
-template <size_t From> constexpr Q310_Cp1251Text<32> Slot(const Q310_Cp1251Text<From>& aText)
+template <size_t From> constexpr Kel_Cp1251Text<32> Slot(const Kel_Cp1251Text<From>& aText)
 {
     static_assert(From <= 32);
-    Q310_Cp1251Text<32> result{};
+    Kel_Cp1251Text<32> result{};
     for (size_t i = 0; i <= aText.length; ++i)
         result.text[i] = aText.text[i];
     result.length = aText.length;
     return result;
 }
-constexpr Q310_Cp1251Text<32> kWeekdays[8] = {
-    Slot(Q310_Cp1251("")),        Slot(Q310_Cp1251("Понедельник")), Slot(Q310_Cp1251("Вторник")),
-    Slot(Q310_Cp1251("Среда")),   Slot(Q310_Cp1251("Четверг")),     Slot(Q310_Cp1251("Пятница")),
-    Slot(Q310_Cp1251("Суббота")), Slot(Q310_Cp1251("Воскресенье")),
+constexpr Kel_Cp1251Text<32> kWeekdays[8] = {
+    Slot(Kel_Cp1251("")),        Slot(Kel_Cp1251("Понедельник")), Slot(Kel_Cp1251("Вторник")),
+    Slot(Kel_Cp1251("Среда")),   Slot(Kel_Cp1251("Четверг")),     Slot(Kel_Cp1251("Пятница")),
+    Slot(Kel_Cp1251("Суббота")), Slot(Kel_Cp1251("Воскресенье")),
 };
 static_assert(kWeekdays[7].length + 1 == kWeekdaySlot);
 
@@ -89,7 +89,7 @@ void PrintMaximum(const Kel_Zentor1Phase_MaximumRecord& aRecord, uint32_t aDivis
 template <size_t N>
 int32_t ReadMaximumExport(const Kel_TraceScope& aScope, uint8_t aKind, uint32_t aDivisor, char* pDate1,
                           char* pValue1, char* pDate2, char* pValue2, bool aCheckStatus, char* outErr,
-                          const Q310_Cp1251Text<N>* pText)
+                          const Kel_Cp1251Text<N>* pText)
 {
     Kel_Zentor1Phase_MaximumRecord record{};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadMaximum(&clientContext, aKind, &record);
@@ -102,7 +102,7 @@ int32_t ReadMaximumExport(const Kel_TraceScope& aScope, uint8_t aKind, uint32_t 
 template <size_t N>
 int32_t ReadEnergyExport(const Kel_TraceScope& aScope, Kel_StatusCode aStatus, const uint32_t* pValues,
                          uint32_t* enRate1, uint32_t* enRate2, uint32_t* enRate3, uint32_t* enRate4,
-                         bool aWriteFirst, char* outErr, const Q310_Cp1251Text<N>& aText)
+                         bool aWriteFirst, char* outErr, const Kel_Cp1251Text<N>& aText)
 {
     if (aWriteFirst || Kel_IsGood(aStatus))
     {

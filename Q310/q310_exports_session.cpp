@@ -4,6 +4,7 @@
 #include "Q310/q310_export_support.h"
 #include "Q310/q310_exports_session.h"
 #include "Q310/q310_session.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <cctype>
 #include <cstdio>
@@ -11,19 +12,9 @@
 
 namespace
 {
-constexpr auto kOpenText = Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
-constexpr auto kTcpOpenText = Q310_Cp1251("Запрос на открытие TCP/IP сокета: Ошибка.");
+constexpr auto kOpenText = Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
+constexpr auto kTcpOpenText = Kel_Cp1251("Запрос на открытие TCP/IP сокета: Ошибка.");
 static_assert(kOpenText.length == 53 && kTcpOpenText.length == 41);
-
-// The trace files, relative to the host's working directory. POSIX hosts get the same folder with the
-// POSIX separator.
-#ifdef _WIN32
-constexpr const char* kTraceFile = "tmp\\trace.txt";
-constexpr const char* kTraceErrorsFile = "tmp\\traceerrors.txt";
-#else
-constexpr const char* kTraceFile = "tmp/trace.txt";
-constexpr const char* kTraceErrorsFile = "tmp/traceerrors.txt";
-#endif
 
 // Whether eOpen has put a port into aSerialContextMeter. The zeroed context of a session that never
 // called eOpen holds handle 0, which eClose must not close (on POSIX it is the process's standard
@@ -39,10 +30,10 @@ Kel_StatusCode Q310_StartTracing()
     status = Kel_P_Trace_Console_Enable();
     if (Kel_IsBad(status))
         return status;
-    status = Kel_P_Trace_File_Enable(kTraceFile);
+    status = Kel_P_Trace_File_Enable(KEL_P_TRACE_FILE);
     if (Kel_IsBad(status))
         return status;
-    return Kel_P_Trace_File_Errors_Enable(kTraceErrorsFile);
+    return Kel_P_Trace_File_Errors_Enable(KEL_P_TRACE_ERRORS_FILE);
 }
 
 bool Q310_ParseMode(const char* pMode, Q310_Mode* pParsed)

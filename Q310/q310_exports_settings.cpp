@@ -12,36 +12,36 @@
 
 namespace
 {
-constexpr auto kReadParamDisplay = Q310_Cp1251("Запрос на чтение параметров индикации дисплея: Нет ответа.");
-constexpr auto kWriteParamDisplay = Q310_Cp1251("Запрос на запись параметров индикации: Нет ответа.");
+constexpr auto kReadParamDisplay = Kel_Cp1251("Запрос на чтение параметров индикации дисплея: Нет ответа.");
+constexpr auto kWriteParamDisplay = Kel_Cp1251("Запрос на запись параметров индикации: Нет ответа.");
 constexpr auto kReadAddParamDisplay =
-    Q310_Cp1251("Запрос на чтение дополнительных параметров индикации: Нет ответа.");
+    Kel_Cp1251("Запрос на чтение дополнительных параметров индикации: Нет ответа.");
 constexpr auto kWriteAddParamDisplay =
-    Q310_Cp1251("Запрос на запись дополнительных параметров индикации: Нет ответа.");
-constexpr auto kReadIndicationTime = Q310_Cp1251("Запрос на чтение времени индикации: Нет ответа.");
-constexpr auto kWriteIndicationTime = Q310_Cp1251("Запрос на запись времени индикации: Нет ответа.");
-constexpr auto kReadCorrectionTime = Q310_Cp1251("Запрос на чтение времени коррекции: Нет ответа.");
-constexpr auto kWriteCorrectionTime = Q310_Cp1251("Запрос на запись времени коррекции: Нет ответа.");
-constexpr auto kReadSeasonFlag = Q310_Cp1251("Запрос на чтение флага перехода зима-лето: Нет ответа.");
-constexpr auto kWriteSeasonFlag = Q310_Cp1251("Запрос на запись флага перехода зима-лето: Нет ответа.");
-constexpr auto kSynchronizeTime = Q310_Cp1251("Запрос на синхронизацию времени: Нет ответа.");
-constexpr auto kReadPowerLimit = Q310_Cp1251("Запрос на чтение лимита мощности: Нет ответа.");
-constexpr auto kWritePowerLimit = Q310_Cp1251("Запрос на запись лимита мощности: Нет ответа.");
-constexpr auto kReadPowerLimitMode = Q310_Cp1251("Запрос на чтение режима лимита мощности: Нет ответа.");
-constexpr auto kWritePowerLimitMode = Q310_Cp1251("Запрос на запись режима лимита мощности: Нет ответа.");
-constexpr auto kReadEnergyLimit = Q310_Cp1251("Запрос на чтение лимита энергии за месяц: Нет ответа.");
-constexpr auto kWriteEnergyLimit = Q310_Cp1251("Запрос на запись лимита энергии за месяц: Нет ответа.");
-constexpr auto kReadEnergyRateLimit = Q310_Cp1251("Запрос на чтение лимита энергии: Нет ответа.");
-constexpr auto kWriteEnergyRateLimit = Q310_Cp1251("Запрос на запись лимита энергии: Нет ответа.");
-constexpr auto kReadReleMode = Q310_Cp1251("Запрос на чтение режима работы реле нагрузки: Нет ответа.");
-constexpr auto kWriteReleMode = Q310_Cp1251("Запрос на запись режима работы реле нагрузки: Нет ответа.");
-constexpr auto kReadOutputFunction = Q310_Cp1251("Запрос на чтение режима работы выхода: Нет ответа.");
-constexpr auto kWriteOutputFunction = Q310_Cp1251("Запрос на запись режима работы выхода: Нет ответа.");
-constexpr auto kWriteSpeed = Q310_Cp1251("Запрос на запись скорости обмена: Нет ответа.");
-constexpr auto kWriteAddress = Q310_Cp1251("Запрос на запись сетевого адреса: Нет ответа.");
-constexpr auto kReadMultMode = Q310_Cp1251("Запрос на чтение множителя таймаута: Нет ответа.");
-constexpr auto kWriteMultMode = Q310_Cp1251("Запрос на запись множителя таймаута: Нет ответа.");
-constexpr auto kResetDeviceBat = Q310_Cp1251("Запрос на сброс времени работы батарейки: Нет ответа.");
+    Kel_Cp1251("Запрос на запись дополнительных параметров индикации: Нет ответа.");
+constexpr auto kReadIndicationTime = Kel_Cp1251("Запрос на чтение времени индикации: Нет ответа.");
+constexpr auto kWriteIndicationTime = Kel_Cp1251("Запрос на запись времени индикации: Нет ответа.");
+constexpr auto kReadCorrectionTime = Kel_Cp1251("Запрос на чтение времени коррекции: Нет ответа.");
+constexpr auto kWriteCorrectionTime = Kel_Cp1251("Запрос на запись времени коррекции: Нет ответа.");
+constexpr auto kReadSeasonFlag = Kel_Cp1251("Запрос на чтение флага перехода зима-лето: Нет ответа.");
+constexpr auto kWriteSeasonFlag = Kel_Cp1251("Запрос на запись флага перехода зима-лето: Нет ответа.");
+constexpr auto kSynchronizeTime = Kel_Cp1251("Запрос на синхронизацию времени: Нет ответа.");
+constexpr auto kReadPowerLimit = Kel_Cp1251("Запрос на чтение лимита мощности: Нет ответа.");
+constexpr auto kWritePowerLimit = Kel_Cp1251("Запрос на запись лимита мощности: Нет ответа.");
+constexpr auto kReadPowerLimitMode = Kel_Cp1251("Запрос на чтение режима лимита мощности: Нет ответа.");
+constexpr auto kWritePowerLimitMode = Kel_Cp1251("Запрос на запись режима лимита мощности: Нет ответа.");
+constexpr auto kReadEnergyLimit = Kel_Cp1251("Запрос на чтение лимита энергии за месяц: Нет ответа.");
+constexpr auto kWriteEnergyLimit = Kel_Cp1251("Запрос на запись лимита энергии за месяц: Нет ответа.");
+constexpr auto kReadEnergyRateLimit = Kel_Cp1251("Запрос на чтение лимита энергии: Нет ответа.");
+constexpr auto kWriteEnergyRateLimit = Kel_Cp1251("Запрос на запись лимита энергии: Нет ответа.");
+constexpr auto kReadReleMode = Kel_Cp1251("Запрос на чтение режима работы реле нагрузки: Нет ответа.");
+constexpr auto kWriteReleMode = Kel_Cp1251("Запрос на запись режима работы реле нагрузки: Нет ответа.");
+constexpr auto kReadOutputFunction = Kel_Cp1251("Запрос на чтение режима работы выхода: Нет ответа.");
+constexpr auto kWriteOutputFunction = Kel_Cp1251("Запрос на запись режима работы выхода: Нет ответа.");
+constexpr auto kWriteSpeed = Kel_Cp1251("Запрос на запись скорости обмена: Нет ответа.");
+constexpr auto kWriteAddress = Kel_Cp1251("Запрос на запись сетевого адреса: Нет ответа.");
+constexpr auto kReadMultMode = Kel_Cp1251("Запрос на чтение множителя таймаута: Нет ответа.");
+constexpr auto kWriteMultMode = Kel_Cp1251("Запрос на запись множителя таймаута: Нет ответа.");
+constexpr auto kResetDeviceBat = Kel_Cp1251("Запрос на сброс времени работы батарейки: Нет ответа.");
 
 // Relay control mode bytes on the wire.
 constexpr uint8_t kRelayAuto = 0x55;

@@ -18,6 +18,7 @@
 
 #include "alloc/alloc_counter.h"
 #include "shared/kel_trace.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <cstdlib>
 #include <cstring>

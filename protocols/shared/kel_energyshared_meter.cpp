@@ -1,8 +1,8 @@
 // Meter records: sort orders, date-range helpers and one-line text forms.
 #define KEL_TRACE_FILE "protocols/shared/kel_energyshared_meter"
 #include "protocols/shared/kel_energyshared_meter.h"
+#include "protocols/shared/kel_energyshared_schedule.h"
 
-#include "protocols/shared/kel_energyshared_order.h"
 #include "shared/kel_trace.h"
 #include "shared/kel_utils.h"
 

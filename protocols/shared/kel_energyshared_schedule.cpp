@@ -2,7 +2,6 @@
 #define KEL_TRACE_FILE "protocols/shared/kel_energyshared_schedule"
 #include "protocols/shared/kel_energyshared_schedule.h"
 
-#include "protocols/shared/kel_energyshared_order.h"
 #include "shared/kel_trace.h"
 #include "shared/kel_utils.h"
 

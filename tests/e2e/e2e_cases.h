@@ -357,9 +357,9 @@ TEST_P(HostTest, SilentMeterGivesTheFixedMessages)
     EXPECT_TRUE(ErrUntouched());
 }
 
-// ---- Opening, and the RS-485 echo line (serial path) ----
+// ---- Opening ----
 
-TEST_P(HostTest, RefusedOpensAndTheEchoingLine)
+TEST_P(HostTest, RefusedOpens)
 {
     if (Tcp())
         GTEST_SKIP() << "a serial path's test";
@@ -378,19 +378,6 @@ TEST_P(HostTest, RefusedOpensAndTheEchoingLine)
     EXPECT_EQ(HOST_CALL(eTcpOpen)(1, "127.0.0.1", 0, 300, err), 0);
     ExpectMessage("Запрос на открытие TCP/IP сокета: Ошибка.", "eTcpOpen port 1");
     EXPECT_EQ(HOST_CALL(eClose)(0, err), 1);
-
-    // The echo variant takes the line's echo of each request off the answer.
-    ClearErr();
-    ASSERT_TRUE(OpenLine(host::Line::Echo));
-    EXPECT_EQ(HOST_CALL(eSetEchoFlag)(1), 0); // 0 in every case
-    char text[32] = {};
-    ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1);
-    EXPECT_STREQ(text, "21000417");
-    EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1); }), Frame({0x81}));
-    EXPECT_STREQ(text, "50.01");
-    EXPECT_EQ(HOST_CALL(eSetGSMFlag)(5), 1); // no such mode: nothing changes
-    ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1);
-    EXPECT_TRUE(ErrUntouched());
 }
 
 // ---- A GSM modem data call (serial path): AT commands byte for byte, the call, reads through the modem's
@@ -502,8 +489,13 @@ TEST_P(HostTest, RawExchangeOnEveryChannelVariant)
         HOST_CALL(eSetTcpFlag)(1, 0);
         return;
     }
-    HOST_CALL(eSetEchoFlag)(1);
+    EXPECT_EQ(HOST_CALL(eSetEchoFlag)(1), 0); // 0 in every case
     EXPECT_EQ(rawExchange(), expected) << "RS-485 echo";
+    char text[32] = {};
+    ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1); // the protocol through the echo as well
+    EXPECT_EQ(HOST_CALL(eSetGSMFlag)(5), 1);                  // no such mode: nothing changes
+    EXPECT_EQ(Sent([&] { ASSERT_EQ(HOST_CALL(eReadFrequency)(0, text, err), 1); }), Frame({0x81}));
+    EXPECT_STREQ(text, "50.01");
 
     ASSERT_TRUE(OpenLine(host::Line::Modem));
     ASSERT_EQ(HOST_CALL(eSetEchoMode)(1, err), 1);
@@ -516,9 +508,7 @@ TEST_P(HostTest, RawExchangeOnEveryChannelVariant)
     ASSERT_EQ(HOST_CALL(eSetGSMFlag)(2), 1);
     ASSERT_EQ(HOST_CALL(eWriteParamGSMLock)(9600, 8, 1, 0, 0, 500, 3, err), 1);
     EXPECT_EQ(rawExchange(), expected) << "GSM gateway";
-    // The protocol client through the gateway's packets as well.
-    char text[32] = {};
-    ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1);
+    ASSERT_EQ(HOST_CALL(eReadSerialNumber)(1, text, err), 1); // the protocol through the packets
     EXPECT_STREQ(text, "21000417");
     EXPECT_TRUE(ErrUntouched());
 }

@@ -24,7 +24,7 @@ constexpr int64_t kReadTimeOutMs = 300;
 // Each wait for an answer ends between the answer time-out and one read later.
 constexpr int64_t kWaitMaxMs = kAnswerTimeOutMs + kReadTimeOutMs;
 
-constexpr auto kFrequencyText = Q310_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
+constexpr auto kFrequencyText = Kel_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
 
 int64_t Count(const std::vector<std::string>& aLines, const std::string& aPrefix)
 {

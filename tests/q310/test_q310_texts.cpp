@@ -16,17 +16,17 @@ std::string Bytes(const char* pText, size_t aLength)
     return std::string(pText, aLength);
 }
 
-constexpr auto kOpenText = Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
+constexpr auto kOpenText = Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
 static_assert(kOpenText.length == 53);
-static_assert(Q310_Cp1251("ASCII only").length == 10);
-static_assert(Q310_Cp1251("").length == 0);
+static_assert(Kel_Cp1251("ASCII only").length == 10);
+static_assert(Kel_Cp1251("").length == 0);
 
 TEST(Cp1251, BlockEdgesAndTheLettersOutsideIt)
 {
     // А and Я, а and я close the block; Ё, ё and № lie outside it; ASCII passes unchanged.
-    constexpr auto text = Q310_Cp1251("АЯаяЁё№ z");
+    constexpr auto text = Kel_Cp1251("АЯаяЁё№ z");
     EXPECT_EQ(Bytes(text.c_str(), text.length), std::string("\xC0\xDF\xE0\xFF\xA8\xB8\xB9\x20\x7A"));
-    constexpr auto sunday = Q310_Cp1251("Воскресенье");
+    constexpr auto sunday = Kel_Cp1251("Воскресенье");
     EXPECT_EQ(sunday.length, 11u);
     EXPECT_EQ(Bytes(sunday.c_str(), sunday.length),
               std::string("\xC2\xEE\xF1\xEA\xF0\xE5\xF1\xE5\xED\xFC\xE5"));

@@ -216,14 +216,14 @@ TEST(Locks, SemaphoreNameEndsWithTheProcess)
     char program[] = "test_kel_locks", filter[] = "--gtest_filter=Locks.SemaphoreNameEndsWithTheProcess";
     char *argv[] = {program, filter, nullptr}, *envp[] = {const_cast<char*>(variable.c_str()), nullptr};
     pid_t pid = 0;
-    ASSERT_EQ(posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv, envp), 0);
     int status = -1;
+    ASSERT_EQ(posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv, envp), 0);
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
     ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 
     Kel_P_Semaphore_Context again{};
     TraceCapture trace;
-    EXPECT_EQ(Kel_P_Semaphore_CreateImp(&again, name.c_str(), 1, 1), Kel_Good);
+    ASSERT_EQ(Kel_P_Semaphore_CreateImp(&again, name.c_str(), 1, 1), Kel_Good);
     EXPECT_EQ(trace.Stop().find("EEXIST"), std::string::npos);
     EXPECT_EQ(Kel_P_Semaphore_DeleteImp(&again), Kel_Good);
 }

@@ -2,6 +2,7 @@
 // with its one old generation; a trace file that cannot be opened.
 #include "shared/kel_trace.h"
 #include "shared/trace_capture.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 // session may have run in the process.
 #include "shared/kel_trace.h"
 #include "shared/trace_capture.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <gtest/gtest.h>
 

@@ -285,11 +285,6 @@ TEST(SerialChannel, ChannelsOnOnePortShareItsLock)
     EXPECT_EQ(Kel_SerialChannel_Delete(&second), Kel_Good);
     ASSERT_EQ(Kel_SerialChannel_CreateContextEmpty(&third, name.c_str()), Kel_Good);
     EXPECT_EQ(third.lockOpened, 1u);
-    EXPECT_EQ(Kel_SerialChannel_ThreadLock(&third, 100), Kel_Good);
-    EXPECT_EQ(Kel_SerialChannel_ThreadLock(&first, 100), Kel_BadTimeout);
-    EXPECT_EQ(Kel_SerialChannel_ThreadUnLock(&third), Kel_Good);
-    EXPECT_EQ(Kel_SerialChannel_ThreadLock(&first, 100), Kel_Good);
-    EXPECT_EQ(Kel_SerialChannel_ThreadUnLock(&first), Kel_Good);
     EXPECT_EQ(Kel_SerialChannel_Delete(&third), Kel_Good);
     EXPECT_EQ(Kel_SerialChannel_Delete(&first), Kel_Good);
     EXPECT_EQ(first.lockCreated, 0u);

@@ -4,6 +4,7 @@
 #define KEL_TRACE_FILE "tests/shared/test_kel_trace"
 #include "shared/kel_trace.h"
 #include "shared/trace_capture.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <gtest/gtest.h>
 

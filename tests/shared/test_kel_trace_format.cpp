@@ -1,6 +1,7 @@
 // The trace's own formatting against the C library's: every conversion it writes itself, with its flags
 // and widths, and the formats it hands whole to the C library.
 #include "shared/kel_trace.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "shared/kel_trace.h"
+#include "shared/platform/kel_p_trace.h"
 
 #include <cstdio>
 #include <fstream>

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <ctime>
 #include <string>
 
 namespace q310cli::os
@@ -20,6 +21,8 @@ bool IsTerminal(int aFd);
 std::FILE* OpenWrite(int aFd);
 // Makes a console show UTF-8 (Windows); nothing elsewhere.
 void Utf8Console();
+// The calendar fields of a moment in UTC.
+std::tm UtcFields(std::time_t aSeconds);
 
 // A serial device path as a COM number the library can open: a private folder holding a link COM1 to
 // the device, named to the library by Q310_SERIAL_DIR. Returns the folder ("" when this platform

@@ -72,4 +72,11 @@ void RemovePortFolder(const std::string& aFolder)
         std::filesystem::remove_all(aFolder, error);
 }
 
+std::tm UtcFields(std::time_t aSeconds)
+{
+    std::tm fields{};
+    gmtime_r(&aSeconds, &fields);
+    return fields;
+}
+
 } // namespace q310cli::os

@@ -50,4 +50,11 @@ std::string MakePortFolder(const std::string&, std::string& aError)
 }
 void RemovePortFolder(const std::string&) {}
 
+std::tm UtcFields(std::time_t aSeconds)
+{
+    std::tm fields{};
+    gmtime_s(&fields, &aSeconds);
+    return fields;
+}
+
 } // namespace q310cli::os

@@ -4,43 +4,16 @@
 #include "protocols/orlenta/1phase/kel_zentor1phase_client.h"
 
 #include "protocols/orlenta/1phase/kel_zentor1phase_client_private.h"
+#include "shared/kel_cp1251.h"
 
 #include <cstdio>
 #include <cstring>
 
 namespace
 {
-// Texts for the host are Windows-1251; the sources stay UTF-8. Converts the Cyrillic block (and Ё, ё)
-// at compile time; other characters must be ASCII.
-template <size_t N> struct Cp1251Text
-{
-    char text[N]{};
-    constexpr Cp1251Text(const char (&aUtf8)[N])
-    {
-        size_t out = 0;
-        for (size_t i = 0; i < N && aUtf8[i] != 0; ++i)
-        {
-            const unsigned char lead = static_cast<unsigned char>(aUtf8[i]);
-            if (lead < 0x80)
-            {
-                text[out++] = static_cast<char>(lead);
-                continue;
-            }
-            const unsigned char next = static_cast<unsigned char>(aUtf8[++i]);
-            const unsigned code = ((lead & 0x1Fu) << 6) | (next & 0x3Fu);
-            if (code == 0x401)
-                text[out++] = static_cast<char>(0xA8);
-            else if (code == 0x451)
-                text[out++] = static_cast<char>(0xB8);
-            else
-                text[out++] = static_cast<char>(0xC0 + (code - 0x410)); // А..я
-        }
-    }
-};
-
 // The national words of the model text: "реле" (relay) and "авт.вкл" (automatic switching on).
-constexpr Cp1251Text kRelayWord("реле");
-constexpr Cp1251Text kAutoOnWord("авт.вкл");
+constexpr auto kRelayWord = Kel_Cp1251("реле");
+constexpr auto kAutoOnWord = Kel_Cp1251("авт.вкл");
 constexpr const char* kFamily = "Zentor";
 
 // Four BCD bytes to one energy value: the meter counts in units ten times larger.

@@ -1,10 +1,6 @@
-// Trace start and stop of the shared layer, and the skeleton line helpers.
+// The skeleton line helpers.
 #define KEL_TRACE_FILE "shared/src/shared/kel_trace"
 #include "shared/kel_trace.h"
-
-Kel_StatusCode Kel_Trace_Initialize(uint32_t aLevel) { return Kel_P_Trace_Initialize(aLevel); }
-
-Kel_StatusCode Kel_Trace_Finalize() { return Kel_P_Trace_Finalize(); }
 
 const char* Kel_Trace_ModuleName(uint32_t aModule)
 {
@@ -196,7 +192,8 @@ void Kel_Trace_GotoExpr(const Kel_TraceScope& aScope, int32_t aLine, const char*
          });
 }
 
-void Kel_Trace_GotoCode(const Kel_TraceScope& aScope, int32_t aLine, const char* pCodeName, Kel_StatusCode aStatus)
+void Kel_Trace_GotoCode(const Kel_TraceScope& aScope, int32_t aLine, const char* pCodeName,
+                        Kel_StatusCode aStatus)
 {
     Line(aScope, aLine, KEL_TRACE_LEVEL_ERROR,
          [=](Kel_P_TraceLine& rLine)

@@ -4,13 +4,15 @@
 // A source file defines KEL_TRACE_FILE (its path without extension, as shown in the File= part of
 // error lines) before including this header. A function then reads:
 //
-//   Kel_StatusCode Kel_SerialChannel_ClearBuffer(Kel_SerialChannel_Context* pSerialChannelContext, uint32_t aInput)
+//   Kel_StatusCode Kel_SerialChannel_ClearBuffer(Kel_SerialChannel_Context* pSerialChannelContext, uint32_t
+//   aInput)
 //   {
 //       KEL_ENTER(Kel_Module_SerialChannel);
 //       KEL_REJECT_NULL(pSerialChannelContext);
 //       Kel_StatusCode status = Kel_Good;
 //       if (pSerialChannelContext->pClearBuffer != KEL_NULL)
-//           KEL_GOTO_IF_BAD(status, pSerialChannelContext->pClearBuffer(pSerialChannelContext->pContext, aInput));
+//           KEL_GOTO_IF_BAD(status, pSerialChannelContext->pClearBuffer(pSerialChannelContext->pContext,
+//           aInput));
 //       KEL_EXIT(status);
 //   }
 //
@@ -20,10 +22,7 @@
 #pragma once
 
 #include "shared/kel_types.h"
-#include "shared/platform/kel_p_trace.h"
-
-Kel_StatusCode Kel_Trace_Initialize(uint32_t aLevel);
-Kel_StatusCode Kel_Trace_Finalize();
+#include "shared/platform/kel_p_trace_line.h"
 
 // Name string of a module for entry lines ("Kel_Module_Serial"); "" for modules without one.
 const char* Kel_Trace_ModuleName(uint32_t aModule);

@@ -26,6 +26,7 @@
 //   without the unused 8250 slots (type 0), as absolute /dev paths in natural order. It stops at 20.
 #define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_serial"
 #include "shared/platform/kel_p_serial.h"
+#include "shared/platform/kel_p_serial_backend.h"
 #include "shared/platform/posix/kel_p_serial_termios.h"
 
 #include "shared/kel_trace.h"
@@ -429,16 +430,6 @@ bool SetModemLine(int aFd, int aLine, bool aRaise)
     return IsNoModemLines(errno);
 }
 
-// A failed step with its expression text: "--- GotoError: Expr ... is true!" and the failure exit
-// with the C library's text of the current error.
-Kel_StatusCode FailExpr(const Kel_TraceScope& aScope, int32_t aLine, const char* pExpression,
-                        Kel_StatusCode aStatus)
-{
-    const int error = errno;
-    Kel_Trace_GotoExpr(aScope, aLine, pExpression);
-    return Kel_Trace_ExitBadError(aScope, aLine, aStatus, strerror(error));
-}
-
 int PortFd(const Kel_P_Serial_Context* pSerialContext)
 {
     const intptr_t port = pSerialContext->port_fd;
@@ -448,6 +439,11 @@ int PortFd(const Kel_P_Serial_Context* pSerialContext)
 const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800,   9600,  14400,
                                       19200, 38400, 56000, 57600, 115200, 128000, 256000};
 } // namespace
+
+const char* Kel_P_Serial_LastErrorText()
+{
+    return strerror(errno);
+}
 
 void Kel_P_Serial_TermiosToDcb(const termios& aSettings, Kel_P_Serial_DCB* pDcb)
 {
@@ -704,8 +700,8 @@ Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uin
     }
     Kel_P_Serial_DCB dcb{};
     if (Kel_P_Serial_GetCommState(pSerialContext->port_fd, &dcb) == 0)
-        return FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&dcb)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&dcb)==0)",
+                                     Kel_BadInternalError);
     dcb.BaudRate = aBaudRate;
     if (aStopBits == 2)
         dcb.StopBits = KEL_SERIAL_TWOSTOPBITS;
@@ -722,8 +718,8 @@ Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uin
     }
     dcb.ByteSize = aDataBits;
     if (Kel_P_Serial_SetCommState(pSerialContext->port_fd, &dcb) == 0)
-        return FailExpr(kelScope, __LINE__, "SetCommState(pSerialContext->port_fd,&dcb)==0",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "SetCommState(pSerialContext->port_fd,&dcb)==0",
+                                     Kel_BadInternalError);
     Kel_P_Serial_CommTimeouts CommTimeouts{};
     Kel_P_Serial_GetCommTimeouts(pSerialContext->port_fd, &CommTimeouts);
     CommTimeouts.ReadIntervalTimeout = KEL_SERIAL_MAXDWORD;
@@ -732,8 +728,9 @@ Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uin
     CommTimeouts.WriteTotalTimeoutMultiplier = 10;
     CommTimeouts.WriteTotalTimeoutConstant = 1000;
     if (Kel_P_Serial_SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts) == 0)
-        return FailExpr(kelScope, __LINE__, "SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts)==0",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                     "SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts)==0",
+                                     Kel_BadInternalError);
     KEL_EXIT(Kel_Good);
 }
 
@@ -830,10 +827,11 @@ Kel_StatusCode Kel_P_Serial_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, u
         const int fd = PortFd(pSerialContext);
         DrainOutput(fd);
         if (aInput == 1 && tcflush(fd, TCIFLUSH) != 0)
-            return FailExpr(kelScope, __LINE__,
-                            "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
-                            "PURGE_TXCLEAR)==0)",
-                            Kel_BadInternalError);
+            return Kel_P_Serial_FailExpr(
+                kelScope, __LINE__,
+                "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
+                "PURGE_TXCLEAR)==0)",
+                Kel_BadInternalError);
     }
     KEL_EXIT(Kel_Good);
 }
@@ -846,8 +844,9 @@ Kel_StatusCode Kel_P_Serial_Get_Bytes_In_Buffer(Kel_P_Serial_Context* pSerialCon
     KEL_REJECT_NULL(aBytesCount);
     int count = 0;
     if (ioctl(PortFd(pSerialContext), aInput == 1 ? FIONREAD : TIOCOUTQ, &count) != 0)
-        return FailExpr(kelScope, __LINE__, "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                     "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)",
+                                     Kel_BadInternalError);
     *aBytesCount = count > 0 ? static_cast<uint32_t>(count) : 0;
     KEL_EXIT(Kel_Good);
 }
@@ -859,14 +858,16 @@ Kel_StatusCode Kel_P_Serial_Set_Signal(Kel_P_Serial_Context* pSerialContext, uin
     if (aSignal == KEL_SERIAL_SIGNAL_DTR)
     {
         if (!SetModemLine(PortFd(pSerialContext), TIOCM_DTR, true))
-            return FailExpr(kelScope, __LINE__, "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)",
-                            Kel_BadInternalError);
+            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                         "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)",
+                                         Kel_BadInternalError);
     }
     else if (aSignal == KEL_SERIAL_SIGNAL_RTS)
     {
         if (!SetModemLine(PortFd(pSerialContext), TIOCM_RTS, true))
-            return FailExpr(kelScope, __LINE__, "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)",
-                            Kel_BadInternalError);
+            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                         "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)",
+                                         Kel_BadInternalError);
     }
     KEL_EXIT(Kel_Good);
 }
@@ -876,8 +877,8 @@ Kel_StatusCode Kel_P_Serial_Send_Break(Kel_P_Serial_Context* pSerialContext)
     KEL_ENTER(Kel_Module_Serial);
     KEL_REJECT_NULL(pSerialContext);
     if (ioctl(PortFd(pSerialContext), TIOCSBRK) != 0)
-        return FailExpr(kelScope, __LINE__, "(SetCommBreak(pSerialContext->port_fd)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(SetCommBreak(pSerialContext->port_fd)==0)",
+                                     Kel_BadInternalError);
     KEL_EXIT(Kel_Good);
 }
 
@@ -944,6 +945,3 @@ Kel_StatusCode Kel_P_Serial_GetPortNameList(Kel_P_Serial_PortNameList* pPortName
     free(entries);
     KEL_EXIT(Kel_Good);
 }
-
-// The calls written the same on every system (their trace names this file).
-#include "shared/platform/kel_p_serial_common.h"

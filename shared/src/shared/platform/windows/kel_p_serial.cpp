@@ -11,6 +11,7 @@
 // - GetPortNameList stops at 20 entries, the size of the list record.
 #define KEL_TRACE_FILE "shared/src/shared/platform/windows/kel_p_serial"
 #include "shared/platform/kel_p_serial.h"
+#include "shared/platform/kel_p_serial_backend.h"
 
 #include "shared/kel_trace.h"
 
@@ -83,15 +84,6 @@ const char* LastErrorText()
     return strerror(errno);
 }
 
-// A failed step with its expression text and the failure exit with the error text.
-Kel_StatusCode FailExpr(const Kel_TraceScope& aScope, int32_t aLine, const char* pExpression,
-                        Kel_StatusCode aStatus)
-{
-    const char* errorText = LastErrorText();
-    Kel_Trace_GotoExpr(aScope, aLine, pExpression);
-    return Kel_Trace_ExitBadError(aScope, aLine, aStatus, errorText);
-}
-
 // Opens the device \\.\<name> for reading and writing, exclusively, existing only.
 Kel_P_Serial_Handle OpenDevice(const char* pName)
 {
@@ -105,6 +97,11 @@ Kel_P_Serial_Handle OpenDevice(const char* pName)
 const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800,   9600,  14400,
                                       19200, 38400, 56000, 57600, 115200, 128000, 256000};
 } // namespace
+
+const char* Kel_P_Serial_LastErrorText()
+{
+    return LastErrorText();
+}
 
 int32_t Kel_P_Serial_GetCommState(Kel_P_Serial_Handle aPort, Kel_P_Serial_DCB* pDcb)
 {
@@ -225,8 +222,8 @@ Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uin
     DCB dcb{};
     dcb.DCBlength = sizeof(DCB);
     if (GetCommState(handle, &dcb) == 0)
-        return FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&dcb)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&dcb)==0)",
+                                     Kel_BadInternalError);
     dcb.BaudRate = aBaudRate;
     if (aStopBits == 2)
         dcb.StopBits = TWOSTOPBITS;
@@ -243,8 +240,8 @@ Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uin
     }
     dcb.ByteSize = aDataBits;
     if (SetCommState(handle, &dcb) == 0)
-        return FailExpr(kelScope, __LINE__, "SetCommState(pSerialContext->port_fd,&dcb)==0",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "SetCommState(pSerialContext->port_fd,&dcb)==0",
+                                     Kel_BadInternalError);
     COMMTIMEOUTS CommTimeouts{};
     GetCommTimeouts(handle, &CommTimeouts);
     CommTimeouts.ReadIntervalTimeout = MAXDWORD;
@@ -253,8 +250,9 @@ Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uin
     CommTimeouts.WriteTotalTimeoutMultiplier = 10;
     CommTimeouts.WriteTotalTimeoutConstant = 1000;
     if (SetCommTimeouts(handle, &CommTimeouts) == 0)
-        return FailExpr(kelScope, __LINE__, "SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts)==0",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                     "SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts)==0",
+                                     Kel_BadInternalError);
     KEL_EXIT(Kel_Good);
 }
 
@@ -328,10 +326,11 @@ Kel_StatusCode Kel_P_Serial_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, u
     {
         if (PurgeComm(AsHandle(pSerialContext->port_fd),
                       aInput == 1 ? PURGE_TXCLEAR | PURGE_RXCLEAR : PURGE_TXCLEAR) == 0)
-            return FailExpr(kelScope, __LINE__,
-                            "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
-                            "PURGE_TXCLEAR)==0)",
-                            Kel_BadInternalError);
+            return Kel_P_Serial_FailExpr(
+                kelScope, __LINE__,
+                "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
+                "PURGE_TXCLEAR)==0)",
+                Kel_BadInternalError);
     }
     KEL_EXIT(Kel_Good);
 }
@@ -345,8 +344,9 @@ Kel_StatusCode Kel_P_Serial_Get_Bytes_In_Buffer(Kel_P_Serial_Context* pSerialCon
     DWORD temp = 0;
     COMSTAT comstat{};
     if (ClearCommError(AsHandle(pSerialContext->port_fd), &temp, &comstat) == 0)
-        return FailExpr(kelScope, __LINE__, "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                     "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)",
+                                     Kel_BadInternalError);
     *aBytesCount = aInput == 1 ? comstat.cbInQue : comstat.cbOutQue;
     KEL_EXIT(Kel_Good);
 }
@@ -359,15 +359,17 @@ Kel_StatusCode Kel_P_Serial_Set_Signal(Kel_P_Serial_Context* pSerialContext, uin
     {
         if (EscapeCommFunction(AsHandle(pSerialContext->port_fd), SETDTR) == 0 &&
             GetLastError() != ERROR_NOT_SUPPORTED)
-            return FailExpr(kelScope, __LINE__, "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)",
-                            Kel_BadInternalError);
+            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                         "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)",
+                                         Kel_BadInternalError);
     }
     else if (aSignal == KEL_SERIAL_SIGNAL_RTS)
     {
         if (EscapeCommFunction(AsHandle(pSerialContext->port_fd), SETRTS) == 0 &&
             GetLastError() != ERROR_NOT_SUPPORTED)
-            return FailExpr(kelScope, __LINE__, "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)",
-                            Kel_BadInternalError);
+            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                         "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)",
+                                         Kel_BadInternalError);
     }
     KEL_EXIT(Kel_Good);
 }
@@ -377,8 +379,8 @@ Kel_StatusCode Kel_P_Serial_Send_Break(Kel_P_Serial_Context* pSerialContext)
     KEL_ENTER(Kel_Module_Serial);
     KEL_REJECT_NULL(pSerialContext);
     if (SetCommBreak(AsHandle(pSerialContext->port_fd)) == 0)
-        return FailExpr(kelScope, __LINE__, "(SetCommBreak(pSerialContext->port_fd)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(SetCommBreak(pSerialContext->port_fd)==0)",
+                                     Kel_BadInternalError);
     KEL_EXIT(Kel_Good);
 }
 
@@ -420,6 +422,3 @@ Kel_StatusCode Kel_P_Serial_GetPortNameList(Kel_P_Serial_PortNameList* pPortName
     RegCloseKey(key);
     KEL_EXIT(Kel_Good);
 }
-
-// The calls written the same on every system (their trace names this file).
-#include "shared/platform/kel_p_serial_common.h"

@@ -469,6 +469,3 @@ Kel_StatusCode Kel_P_Tcp_Server_Accept(Kel_P_Tcp_Context* pServerContext, Kel_P_
               pClientContext->channel_name);
     KEL_EXIT(Kel_Good);
 }
-
-// The calls written the same on every system (their trace names this file).
-#include "shared/platform/kel_p_tcp_common.h"

@@ -1,7 +1,7 @@
 // The hardware watchdog: this platform has none. Initialize succeeds so that callers can start up;
 // every other call reports Kel_BadNotImplemented (traced as a bare early failure under the utilities'
 // module, the only user of the watchdog) and touches nothing, so its arguments are not checked.
-#define KEL_TRACE_FILE "shared/src/shared/platform/windows/kel_p_watchdog"
+#define KEL_TRACE_FILE "shared/src/shared/platform/" KEL_PLATFORM_NAME "/kel_p_watchdog"
 #include "shared/platform/kel_p_watchdog.h"
 
 #include "shared/kel_trace.h"

@@ -1,14 +1,21 @@
-// The serial port calls that read the same on every system. Not a header of its own: posix/ and
-// windows/kel_p_serial.cpp include it at their end, after their KEL_TRACE_FILE and their local helpers,
-// so that the error lines of these calls name the platform's file as before.
-#pragma once
-
+// The serial port calls that read the same on every system, compiled into each backend. Their trace
+// lines name the backend's file, as the backend's own calls do.
+#define KEL_TRACE_FILE "shared/src/shared/platform/" KEL_PLATFORM_NAME "/kel_p_serial"
 #include "shared/kel_trace.h"
 #include "shared/platform/kel_p_serial.h"
+#include "shared/platform/kel_p_serial_backend.h"
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+Kel_StatusCode Kel_P_Serial_FailExpr(const Kel_TraceScope& aScope, int32_t aLine, const char* pExpression,
+                                     Kel_StatusCode aStatus)
+{
+    const char* errorText = Kel_P_Serial_LastErrorText();
+    Kel_Trace_GotoExpr(aScope, aLine, pExpression);
+    return Kel_Trace_ExitBadError(aScope, aLine, aStatus, errorText);
+}
 
 Kel_StatusCode Kel_P_Serial_Initialize()
 {
@@ -39,8 +46,9 @@ Kel_StatusCode Kel_P_Serial_Get_State(Kel_P_Serial_Context* pSerialContext)
     KEL_ENTER(Kel_Module_Serial);
     KEL_REJECT_NULL(pSerialContext);
     if (Kel_P_Serial_GetCommState(pSerialContext->port_fd, &pSerialContext->dcb) == 0)
-        return FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&pSerialContext->dcb)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                     "(GetCommState(pSerialContext->port_fd,&pSerialContext->dcb)==0)",
+                                     Kel_BadInternalError);
     KEL_EXIT(Kel_Good);
 }
 
@@ -49,8 +57,9 @@ Kel_StatusCode Kel_P_Serial_Set_State(Kel_P_Serial_Context* pSerialContext)
     KEL_ENTER(Kel_Module_Serial);
     KEL_REJECT_NULL(pSerialContext);
     if (Kel_P_Serial_SetCommState(pSerialContext->port_fd, &pSerialContext->dcb) == 0)
-        return FailExpr(kelScope, __LINE__, "(SetCommState(pSerialContext->port_fd,&pSerialContext->dcb)==0)",
-                        Kel_BadInternalError);
+        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
+                                     "(SetCommState(pSerialContext->port_fd,&pSerialContext->dcb)==0)",
+                                     Kel_BadInternalError);
     KEL_EXIT(Kel_Good);
 }
 

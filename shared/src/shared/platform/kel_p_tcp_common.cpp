@@ -1,8 +1,6 @@
-// The TCP calls that read the same on every system. Not a header of its own: posix/ and
-// windows/kel_p_tcp.cpp include it at their end, after their KEL_TRACE_FILE and their local helpers,
-// so that the error lines of these calls name the platform's file as before.
-#pragma once
-
+// The TCP calls that read the same on every system, compiled into each backend. Their trace lines name
+// the backend's file, as the backend's own calls do.
+#define KEL_TRACE_FILE "shared/src/shared/platform/" KEL_PLATFORM_NAME "/kel_p_tcp"
 #include "shared/kel_trace.h"
 #include "shared/platform/kel_p_tcp.h"
 #include "shared/platform/kel_p_thread.h"
