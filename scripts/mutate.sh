@@ -36,6 +36,12 @@ weekday_map	protocols/orlenta/1phase/kel_zentor1phase_tariff.cpp	const uint8_t w
 read_timeout	shared/src/shared/platform/posix/kel_p_serial.cpp	CommTimeouts.ReadTotalTimeoutConstant = 0;	CommTimeouts.ReadTotalTimeoutConstant = 10;
 answer_timeout	protocols/orlenta/1phase/kel_zentor1phase_transport.cpp	} while (elapsed < pContext->answerTimeout);	} while (elapsed < pContext->answerTimeout / 4);
 export_null	Q310/q310_exports_settings.cpp	    Q310_REJECT_NULL(powerLimit);	    (void)powerLimit;
+dial_progress	Q310/q310_exports_gsm.cpp	{"RING", "RINGING", "RINGBACK", "DIALING", "DIALLING"}	{"RINGING", "RINGBACK", "DIALING", "DIALLING"}
+hangup_read	shared/src/shared/platform/posix/kel_p_serial.cpp	        KEL_GOTO_CODE(Kel_BadCommunicationError);	        KEL_EXIT(Kel_Good);
+connect_timeout	shared/src/shared/platform/posix/kel_p_tcp.cpp	int nonBlocking = aTimeout != 0 ? 1 : 0;	int nonBlocking = 0;
+raw_wrapped	Q310/q310_exports_journals.cpp	if (Kel_IsBad(status) && received > 0)	if (Kel_IsBad(status) && received > 999)
+semaphore_end	shared/src/shared/platform/posix/kel_p_semaphore.cpp	if (entry.users > 0)	if (entry.users > 999)
+purge_output	shared/src/shared/platform/posix/kel_p_serial.cpp	tcflush(fd, TCIFLUSH)	tcflush(fd, TCIOFLUSH)
 EOF
 }
 
