@@ -69,6 +69,8 @@ Kel_StatusCode AwaitEcho(const char* pEcho, uint32_t aMilliseconds)
 {
     Kel_P_Stopwatch_Context stopwatch{};
     Kel_P_Stopwatch_Restart(&stopwatch);
+    // Only the tail that can still hold the echo is kept once the buffer is full.
+    const uint32_t keep = static_cast<uint32_t>(strlen(pEcho));
     uint8_t seen[kAnswerSize];
     uint32_t seenSize = 0;
     for (;;)
@@ -77,8 +79,6 @@ Kel_StatusCode AwaitEcho(const char* pEcho, uint32_t aMilliseconds)
         const Kel_StatusCode status = ReadOnce(&received);
         if (Kel_IsBad(status))
             return status;
-        // Only the tail that can still hold the echo is kept.
-        const uint32_t keep = static_cast<uint32_t>(strlen(pEcho));
         for (uint32_t at = 0; at < received; ++at)
         {
             if (seenSize == sizeof(seen))

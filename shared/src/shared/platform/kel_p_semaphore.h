@@ -11,7 +11,7 @@ struct Kel_P_Semaphore_Context
     char name[KEL_SEMAPHORE_NAME_SIZE];
     int32_t maxCount;
     int32_t initialCount;
-    // 1 when CreateImp made the system object (the POSIX layer then removes its name on delete).
+    // 1 when CreateImp made the system object, 0 when OpenImp attached to an existing one.
     uint32_t created;
 };
 
@@ -19,6 +19,7 @@ Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreCont
                                          int32_t aInitialCount, int32_t aMaxCount);
 Kel_StatusCode Kel_P_Semaphore_OpenImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName);
 Kel_StatusCode Kel_P_Semaphore_LockImp(Kel_P_Semaphore_Context* pSemaphoreContext);
-Kel_StatusCode Kel_P_Semaphore_LockTimeoutImp(Kel_P_Semaphore_Context* pSemaphoreContext, uint32_t aMilliseconds);
+Kel_StatusCode Kel_P_Semaphore_LockTimeoutImp(Kel_P_Semaphore_Context* pSemaphoreContext,
+                                              uint32_t aMilliseconds);
 Kel_StatusCode Kel_P_Semaphore_UnlockImp(Kel_P_Semaphore_Context* pSemaphoreContext);
 Kel_StatusCode Kel_P_Semaphore_DeleteImp(Kel_P_Semaphore_Context* pSemaphoreContext);

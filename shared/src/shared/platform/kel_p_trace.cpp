@@ -8,7 +8,6 @@
 #include "shared/platform/kel_p_thread.h"
 
 #include <atomic>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -237,12 +237,11 @@ Kel_StatusCode Kel_P_Semaphore_DeleteImp(Kel_P_Semaphore_Context* pSemaphoreCont
     KEL_ENTER(Kel_Module_Semaphore);
     KEL_REJECT_NULL(pSemaphoreContext);
     sem_t* handle = static_cast<sem_t*>(pSemaphoreContext->handle);
-    const uint32_t created = pSemaphoreContext->created;
     const SystemName name = MakeSystemName(pSemaphoreContext->name);
     *pSemaphoreContext = Kel_P_Semaphore_Context{};
     if (handle == KEL_NULL)
         KEL_EXIT(Kel_Good);
-    (void)created; // every context on a name counts, the creating one as those that opened it
+    // Every context on a name counts, the creating one as those that opened it.
     createdNames.Release(name);
     KEL_SEM_GOTO_IF_EXPR((sem_close(handle) != 0));
     KEL_EXIT(Kel_Good);

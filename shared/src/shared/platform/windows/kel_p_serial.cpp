@@ -58,8 +58,22 @@ HANDLE AsHandle(Kel_P_Serial_Handle aPort)
     return reinterpret_cast<HANDLE>(aPort);
 }
 
+// Opens the device \\.\<name> for reading and writing, exclusively, existing only.
+Kel_P_Serial_Handle OpenDevice(const char* pName)
+{
+    char path[KEL_SERIAL_PORT_NAME_SIZE + 8];
+    snprintf(path, sizeof(path), "\\\\.\\%s", pName);
+    const HANDLE handle =
+        CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, KEL_NULL, OPEN_EXISTING, 0, KEL_NULL);
+    return reinterpret_cast<Kel_P_Serial_Handle>(handle);
+}
+
+const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800,   9600,  14400,
+                                      19200, 38400, 56000, 57600, 115200, 128000, 256000};
+} // namespace
+
 // The error number for the current Windows error, for the error text of a failure exit.
-const char* LastErrorText()
+const char* Kel_P_Serial_LastErrorText()
 {
     switch (GetLastError())
     {
@@ -82,25 +96,6 @@ const char* LastErrorText()
             break;
     }
     return strerror(errno);
-}
-
-// Opens the device \\.\<name> for reading and writing, exclusively, existing only.
-Kel_P_Serial_Handle OpenDevice(const char* pName)
-{
-    char path[KEL_SERIAL_PORT_NAME_SIZE + 8];
-    snprintf(path, sizeof(path), "\\\\.\\%s", pName);
-    const HANDLE handle =
-        CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, KEL_NULL, OPEN_EXISTING, 0, KEL_NULL);
-    return reinterpret_cast<Kel_P_Serial_Handle>(handle);
-}
-
-const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800,   9600,  14400,
-                                      19200, 38400, 56000, 57600, 115200, 128000, 256000};
-} // namespace
-
-const char* Kel_P_Serial_LastErrorText()
-{
-    return LastErrorText();
 }
 
 int32_t Kel_P_Serial_GetCommState(Kel_P_Serial_Handle aPort, Kel_P_Serial_DCB* pDcb)
@@ -175,7 +170,7 @@ Kel_StatusCode Kel_P_Serial_Open(const char* aPortName, uint32_t aIsHardwarePort
     pSerialContext->port_fd = OpenDevice(pSerialContext->port_name);
     if (pSerialContext->port_fd == KEL_INVALID_HANDLE_VALUE)
     {
-        const char* errorText = LastErrorText();
+        const char* errorText = Kel_P_Serial_LastErrorText();
         Kel_Trace_GotoExpr(kelScope, __LINE__, "(pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE)");
         Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_BadInternalError, errorText);
         KEL_EXIT_BAD(Kel_BadInternalError);
@@ -265,7 +260,7 @@ Kel_StatusCode Kel_P_Serial_ReOpen(Kel_P_Serial_Context* pSerialContext, uint32_
     pSerialContext->port_fd = OpenDevice(pSerialContext->port_name);
     if (pSerialContext->port_fd == KEL_INVALID_HANDLE_VALUE)
     {
-        const char* errorText = LastErrorText();
+        const char* errorText = Kel_P_Serial_LastErrorText();
         status = Kel_BadInternalError | (status & 0x0000FFFFu);
         Kel_Trace_GotoExpr(kelScope, __LINE__, "(pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE)");
         Kel_Trace_ExitBadError(kelScope, __LINE__, status, errorText);
@@ -276,7 +271,7 @@ Kel_StatusCode Kel_P_Serial_ReOpen(Kel_P_Serial_Context* pSerialContext, uint32_
                                      pSerialContext->flow_control);
     if (Kel_IsBad(status))
     {
-        const char* errorText = LastErrorText();
+        const char* errorText = Kel_P_Serial_LastErrorText();
         Kel_Trace_GotoBad(kelScope, __LINE__, status);
         Kel_Trace_ExitBadError(kelScope, __LINE__, status, errorText);
         KEL_EXIT_BAD(status);
