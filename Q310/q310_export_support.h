@@ -7,12 +7,13 @@
 //   int32_t Q310_CALL eReadFrequency(uint32_t adr, char* frequency, char* outErr)
 //   {
 //       Q310_EXPORT_ENTER(eReadFrequency);
-//       KEL_REJECT_NULL(frequency);
-//       KEL_REJECT_NULL(outErr);
+//       Q310_REJECT_NULL(frequency);
+//       Q310_REJECT_NULL(outErr);
+//       Q310_REQUEST(Kel_Zentor1Phase_Client_ReadFrequency(&clientContext, &value), kReadFrequencyText);
 //       ...
-//       if (Kel_IsBad(status))
-//           return Q310_FailWith(kelScope, __LINE__, status, outErr, kReadFrequencyText);
-//       return 1;
+//       return Q310_RESULT_OK;
+//
+// A failure that is not one request's status ends with Q310_FailWith, Q310_FailExpr or Q310_FailCode.
 //   }
 //
 // Texts stay UTF-8 in the sources and are converted once, at compile time:
@@ -21,6 +22,8 @@
 #pragma once
 
 #include "Q310/Q310.h"
+#include "Q310/q310_session.h" // clientContext, the session's protocol client
+#include "protocols/orlenta/1phase/kel_zentor1phase_client.h"
 #include "shared/kel_cp1251.h"
 #include "shared/kel_trace.h"
 
@@ -68,3 +71,28 @@ inline int32_t Q310_FailCode(const Kel_TraceScope& aScope, int32_t aLine, const 
 
 // Entry line of an export: module Kel_Module_ZentorProtocolClient, the name with a leading underscore.
 #define Q310_EXPORT_ENTER(aName) KEL_ENTER_AS(Kel_Module_ZentorProtocolClient, "_" #aName)
+
+// Host-visible result codes of the exports.
+constexpr int32_t Q310_RESULT_OK = 1;
+constexpr int32_t Q310_RESULT_FAILED = 0;
+
+// One request of an export: a failing status ends it with the message and result 0.
+#define Q310_REQUEST(aStep, aText)                                                                           \
+    do                                                                                                       \
+    {                                                                                                        \
+        const Kel_StatusCode q310Status_ = (aStep);                                                          \
+        if (Kel_IsBad(q310Status_))                                                                          \
+            return Q310_FailWith(kelScope, __LINE__, q310Status_, outErr, (aText));                          \
+    } while (0)
+// A raw answer of the wrong length: "--- GotoError: Kel_BadDeviceUnknownResponse. Statuscode 0x%08X\n",
+// the message, result 0.
+#define Q310_FAIL_LENGTH(aText)                                                                              \
+    return Q310_FailCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse,   \
+                         outErr, (aText))
+// The null rejection of an export: Kel_BadInvalidArgument as the host's signed result.
+#define Q310_REJECT_NULL(p)                                                                                  \
+    do                                                                                                       \
+    {                                                                                                        \
+        if ((p) == KEL_NULL)                                                                                 \
+            return static_cast<int32_t>(Kel_Trace_RejectNull(kelScope, __LINE__, #p));                       \
+    } while (0)

@@ -186,7 +186,7 @@ void Q310_GatewayParameters(uint32_t aBaudRate, uint32_t aDataBits, uint32_t aSt
 extern "C" int32_t Q310_CALL eDisconnectGSM(char* outErr)
 {
     Q310_EXPORT_ENTER(eDisconnectGSM);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     // Back to the plain serial channel, whatever GSM variant was in use.
     Kel_StatusCode status = Kel_SerialChannel_CreateContext(&aSerialContextMeter, &serialChannelMeter);
     if (Kel_IsBad(status))
@@ -211,7 +211,7 @@ extern "C" int32_t Q310_CALL eDisconnectGSM(char* outErr)
 extern "C" int32_t Q310_CALL eSetEchoMode(uint32_t mode, char* outErr)
 {
     Q310_EXPORT_ENTER(eSetEchoMode);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     EchoMode = mode;
     if (FixedCommand(kelScope, mode != 0 ? "ATE1\r" : "ATE0\r", outErr, kEchoText) != 1)
         return 0;
@@ -221,15 +221,15 @@ extern "C" int32_t Q310_CALL eSetEchoMode(uint32_t mode, char* outErr)
 extern "C" int32_t Q310_CALL eWriteATZtoGSM(char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteATZtoGSM);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     return FixedCommand(kelScope, "ATZ\r", outErr, kAtzText);
 }
 
 extern "C" int32_t Q310_CALL eWriteATCBSTtoGSM(const char* parameter, uint32_t length, char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteATCBSTtoGSM);
-    KEL_REJECT_NULL(parameter);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(parameter);
+    Q310_REJECT_NULL(outErr);
     if (length > 22)
         return 0;
     char command[32] = "AT+CBST=";
@@ -244,14 +244,14 @@ extern "C" int32_t Q310_CALL eWriteATCBSTtoGSM(const char* parameter, uint32_t l
 extern "C" int32_t Q310_CALL eWriteATD2toGSM(char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteATD2toGSM);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     return FixedCommand(kelScope, "AT&D2\r", outErr, kAtd2Text);
 }
 
 extern "C" int32_t Q310_CALL eWriteATS7toGSM(char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteATS7toGSM);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     return FixedCommand(kelScope, "ATS7=60\r", outErr, kAts7Text);
 }
 
@@ -364,8 +364,8 @@ extern "C" int32_t Q310_CALL eWriteATDtoGSM(const char* PhoneNumber, uint32_t le
                                             char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteATDtoGSM);
-    KEL_REJECT_NULL(PhoneNumber);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(PhoneNumber);
+    Q310_REJECT_NULL(outErr);
     if (length > 12)
         return 0;
     const uint32_t savedReadTotal = glCommTimeOuts.ReadTotalTimeoutConstant;
@@ -400,7 +400,7 @@ extern "C" int32_t Q310_CALL eWriteParamGSMLock(uint32_t baudRate, uint32_t data
                                                 uint32_t lock, char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteParamGSMLock);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     // The gateway's raw mode: this packet goes out as built, and the next read switches to packets.
     PORT = 0;
     uint8_t data[4];

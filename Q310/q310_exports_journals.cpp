@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "Q310/q310_exports_text.h"
+#include "Q310/q310_export_support.h"
 #include "Q310/q310_session.h"
 #include "protocols/orlenta/1phase/kel_zentor1phase_events.h"
 #include "shared/kel_serialchannel.h"
@@ -136,7 +136,7 @@ char* Q310_AppendProfileLines(char* pEnd, const Kel_Zentor1Phase_PowerProfileRec
 int32_t Q310_CALL eReadJournal(uint32_t adr, uint32_t journal, uint32_t first, uint32_t count, char* text,
                                char* outErr)
 {
-    Q310_ENTER("eReadJournal");
+    Q310_EXPORT_ENTER(eReadJournal);
     (void)adr;
     Q310_REJECT_NULL(text);
     Q310_REJECT_NULL(outErr);
@@ -184,7 +184,7 @@ int32_t Q310_CALL eReadJournal(uint32_t adr, uint32_t journal, uint32_t first, u
 int32_t Q310_CALL eReadPKE_2(uint32_t adr, uint32_t parameter, uint32_t first, uint32_t count, char* text,
                              char* outErr)
 {
-    Q310_ENTER("eReadPKE_2");
+    Q310_EXPORT_ENTER(eReadPKE_2);
     (void)adr;
     Q310_REJECT_NULL(text);
     Q310_REJECT_NULL(outErr);
@@ -225,7 +225,7 @@ void StoreBlock(const Kel_Zentor1Phase_PowerProfileRecord& aRecord, uint32_t* pV
 int32_t Q310_CALL eReadSecPowerProfile(uint32_t adr, uint32_t day, uint32_t month, uint32_t year, char* text,
                                        char* outErr)
 {
-    Q310_ENTER("eReadSecPowerProfile");
+    Q310_EXPORT_ENTER(eReadSecPowerProfile);
     (void)adr;
     Q310_REJECT_NULL(text);
     Q310_REJECT_NULL(outErr);
@@ -242,7 +242,7 @@ int32_t Q310_CALL eReadSecPowerProfile(uint32_t adr, uint32_t day, uint32_t mont
 int32_t Q310_CALL eReadSecPowerProfile_21(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                           uint32_t block, char* text, char* outErr)
 {
-    Q310_ENTER("eReadSecPowerProfile_21");
+    Q310_EXPORT_ENTER(eReadSecPowerProfile_21);
     (void)adr;
     Q310_REJECT_NULL(text);
     Q310_REJECT_NULL(outErr);
@@ -256,7 +256,7 @@ int32_t Q310_CALL eReadSecPowerProfile_21(uint32_t adr, uint32_t day, uint32_t m
 int32_t Q310_CALL eReadSecPowerProfile_22(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                           uint32_t* values, char* outErr)
 {
-    Q310_ENTER("eReadSecPowerProfile_22");
+    Q310_EXPORT_ENTER(eReadSecPowerProfile_22);
     (void)adr;
     Q310_REJECT_NULL(values);
     Q310_REJECT_NULL(outErr);
@@ -271,7 +271,7 @@ int32_t Q310_CALL eReadSecPowerProfile_22(uint32_t adr, uint32_t day, uint32_t m
 int32_t Q310_CALL eReadSecPowerProfile_23(uint32_t adr, uint32_t day, uint32_t month, uint32_t year,
                                           uint32_t block, uint32_t* values, char* outErr)
 {
-    Q310_ENTER("eReadSecPowerProfile_23");
+    Q310_EXPORT_ENTER(eReadSecPowerProfile_23);
     (void)adr;
     Q310_REJECT_NULL(values);
     Q310_REJECT_NULL(outErr);
@@ -316,7 +316,7 @@ private:
 int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requestLength, uint8_t* answer,
                              uint32_t* answerLength, char* outErr)
 {
-    Q310_ENTER("eWriteData");
+    Q310_EXPORT_ENTER(eWriteData);
     (void)adr;
     Q310_REJECT_NULL(request);
     Q310_REJECT_NULL(answer);

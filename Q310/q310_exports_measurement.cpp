@@ -121,8 +121,8 @@ int32_t ReadEnergyExport(const Kel_TraceScope& aScope, Kel_StatusCode aStatus, c
 extern "C" int32_t Q310_CALL eReadSerialNumber(uint32_t adr, char* serialNumber, char* outErr)
 {
     Q310_EXPORT_ENTER(eReadSerialNumber);
-    KEL_REJECT_NULL(serialNumber);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(serialNumber);
+    Q310_REJECT_NULL(outErr);
     // Baud rate and data bits of the session's line settings; parity 0, one stop bit, no flow control.
     Kel_StatusCode status =
         Kel_Zentor1Phase_Client_CreateContext(&clientContext, &serialChannelMeter, adr, 1000, 1000, 1000,
@@ -147,10 +147,10 @@ extern "C" int32_t Q310_CALL eReadVoltageCurrentPower(uint32_t adr, char* mVolta
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadVoltageCurrentPower);
-    KEL_REJECT_NULL(mVoltage);
-    KEL_REJECT_NULL(mCurrent);
-    KEL_REJECT_NULL(mPower);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(mVoltage);
+    Q310_REJECT_NULL(mCurrent);
+    Q310_REJECT_NULL(mPower);
+    Q310_REJECT_NULL(outErr);
     uint32_t voltage = 0, current = 0, power = 0;
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadUIP(&clientContext, &voltage, &current, &power);
     if (Kel_IsBad(status))
@@ -165,8 +165,8 @@ extern "C" int32_t Q310_CALL eReadFrequency(uint32_t adr, char* frequency, char*
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadFrequency);
-    KEL_REJECT_NULL(frequency);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(frequency);
+    Q310_REJECT_NULL(outErr);
     Kel_Zentor1Phase_ExtendedNetParams params{};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadExtendedNetParams(&clientContext, &params);
     if (Kel_IsBad(status))
@@ -179,8 +179,8 @@ extern "C" int32_t Q310_CALL eReadCurrentPower_Q316(uint32_t adr, char* mPower, 
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadCurrentPower_Q316);
-    KEL_REJECT_NULL(mPower);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(mPower);
+    Q310_REJECT_NULL(outErr);
     const uint8_t parameter = 0x00;
     const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(App(), 0x86, &parameter, 1);
     if (Kel_IsBad(status))
@@ -208,8 +208,8 @@ extern "C" int32_t Q310_CALL eReadCOS_Q316(uint32_t adr, char* mCOS, char* outEr
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadCOS_Q316);
-    KEL_REJECT_NULL(mCOS);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(mCOS);
+    Q310_REJECT_NULL(outErr);
     const uint8_t parameter = 0x02;
     const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(App(), 0x86, &parameter, 1);
     if (Kel_IsBad(status))
@@ -233,11 +233,11 @@ extern "C" int32_t Q310_CALL eReadStorageBattery(uint32_t adr, uint32_t* enRate1
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadStorageBattery);
-    KEL_REJECT_NULL(enRate1);
-    KEL_REJECT_NULL(enRate2);
-    KEL_REJECT_NULL(enRate3);
-    KEL_REJECT_NULL(enRate4);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(enRate1);
+    Q310_REJECT_NULL(enRate2);
+    Q310_REJECT_NULL(enRate3);
+    Q310_REJECT_NULL(enRate4);
+    Q310_REJECT_NULL(outErr);
     uint32_t values[4] = {};
     const Kel_StatusCode status =
         Kel_Zentor1Phase_Client_ReadEnergy(&clientContext, KEL_ZENTOR1PHASE_RCMD_ACTIVE_ENERGY, values);
@@ -251,11 +251,11 @@ extern "C" int32_t Q310_CALL eReadStorageBattery_Q316(uint32_t adr, uint32_t* en
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadStorageBattery_Q316);
-    KEL_REJECT_NULL(enRate1);
-    KEL_REJECT_NULL(enRate2);
-    KEL_REJECT_NULL(enRate3);
-    KEL_REJECT_NULL(enRate4);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(enRate1);
+    Q310_REJECT_NULL(enRate2);
+    Q310_REJECT_NULL(enRate3);
+    Q310_REJECT_NULL(enRate4);
+    Q310_REJECT_NULL(outErr);
     uint32_t values[4] = {};
     const Kel_StatusCode status =
         Kel_Zentor1Phase_Client_ReadEnergy(&clientContext, KEL_ZENTOR1PHASE_RCMD_REACTIVE_ENERGY, values);
@@ -269,11 +269,11 @@ extern "C" int32_t Q310_CALL eReadMonthEnergy(uint32_t adr, uint32_t month, uint
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadMonthEnergy);
-    KEL_REJECT_NULL(enRate1);
-    KEL_REJECT_NULL(enRate2);
-    KEL_REJECT_NULL(enRate3);
-    KEL_REJECT_NULL(enRate4);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(enRate1);
+    Q310_REJECT_NULL(enRate2);
+    Q310_REJECT_NULL(enRate3);
+    Q310_REJECT_NULL(enRate4);
+    Q310_REJECT_NULL(outErr);
     uint32_t values[4] = {};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadEnergyMonth12(
         &clientContext, static_cast<uint8_t>(month), KEL_ZENTOR1PHASE_RCMD_ACTIVE_ENERGY_MONTH, values);
@@ -287,11 +287,11 @@ extern "C" int32_t Q310_CALL eReadMonthEnergy_Q316(uint32_t adr, uint32_t month,
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadMonthEnergy_Q316);
-    KEL_REJECT_NULL(enRate1);
-    KEL_REJECT_NULL(enRate2);
-    KEL_REJECT_NULL(enRate3);
-    KEL_REJECT_NULL(enRate4);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(enRate1);
+    Q310_REJECT_NULL(enRate2);
+    Q310_REJECT_NULL(enRate3);
+    Q310_REJECT_NULL(enRate4);
+    Q310_REJECT_NULL(outErr);
     uint32_t values[4] = {};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadEnergyMonth12(
         &clientContext, static_cast<uint8_t>(month), KEL_ZENTOR1PHASE_RCMD_REACTIVE_ENERGY_MONTH, values);
@@ -304,11 +304,11 @@ extern "C" int32_t Q310_CALL eReadMaxVoltage(uint32_t adr, char* maxVoltageDate,
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadMaxVoltage);
-    KEL_REJECT_NULL(maxVoltageDate);
-    KEL_REJECT_NULL(maxVoltage);
-    KEL_REJECT_NULL(maxrVoltageDate);
-    KEL_REJECT_NULL(maxrVoltage);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(maxVoltageDate);
+    Q310_REJECT_NULL(maxVoltage);
+    Q310_REJECT_NULL(maxrVoltageDate);
+    Q310_REJECT_NULL(maxrVoltage);
+    Q310_REJECT_NULL(outErr);
     // The voltage maxima are printed whatever the read gave (a silent meter prints the empty record) and
     // the export always succeeds: hosts rely on it.
     return ReadMaximumExport(kelScope, 0, 10, maxVoltageDate, maxVoltage, maxrVoltageDate, maxrVoltage, false,
@@ -320,11 +320,11 @@ extern "C" int32_t Q310_CALL eReadMaxCurrent(uint32_t adr, char* maxCurrentDate,
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadMaxCurrent);
-    KEL_REJECT_NULL(maxCurrentDate);
-    KEL_REJECT_NULL(maxCurrent);
-    KEL_REJECT_NULL(maxrCurrentDate);
-    KEL_REJECT_NULL(maxrCurrent);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(maxCurrentDate);
+    Q310_REJECT_NULL(maxCurrent);
+    Q310_REJECT_NULL(maxrCurrentDate);
+    Q310_REJECT_NULL(maxrCurrent);
+    Q310_REJECT_NULL(outErr);
     return ReadMaximumExport(kelScope, 1, 100, maxCurrentDate, maxCurrent, maxrCurrentDate, maxrCurrent, true,
                              outErr, &kMaxCurrentText);
 }
@@ -334,11 +334,11 @@ extern "C" int32_t Q310_CALL eReadMaxPower(uint32_t adr, char* maxPowerDate, cha
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadMaxPower);
-    KEL_REJECT_NULL(maxPowerDate);
-    KEL_REJECT_NULL(maxPower);
-    KEL_REJECT_NULL(maxrPowerDate);
-    KEL_REJECT_NULL(maxrPower);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(maxPowerDate);
+    Q310_REJECT_NULL(maxPower);
+    Q310_REJECT_NULL(maxrPowerDate);
+    Q310_REJECT_NULL(maxrPower);
+    Q310_REJECT_NULL(outErr);
     return ReadMaximumExport(kelScope, KEL_ZENTOR1PHASE_MAXIMUM_POWER, 100, maxPowerDate, maxPower,
                              maxrPowerDate, maxrPower, true, outErr, &kMaxPowerText);
 }
@@ -348,7 +348,7 @@ extern "C" int32_t Q310_CALL eResertMaxParam(uint32_t adr, uint32_t mode, uint32
     (void)adr;
     (void)mode;
     Q310_EXPORT_ENTER(eResertMaxParam);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     const Kel_StatusCode status =
         Kel_Zentor1Phase_Client_WriteMaximumReset(&clientContext, static_cast<uint8_t>(kind), 0);
     if (Kel_IsBad(status))
@@ -360,9 +360,9 @@ extern "C" int32_t Q310_CALL eReadSoftVersion(uint32_t adr, char* softVersion, c
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadSoftVersion);
-    KEL_REJECT_NULL(softVersion);
-    KEL_REJECT_NULL(svDate);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(softVersion);
+    Q310_REJECT_NULL(svDate);
+    Q310_REJECT_NULL(outErr);
     uint8_t version[6] = {};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadFirmwareVersion(&clientContext, version);
     if (Kel_IsBad(status))
@@ -376,8 +376,8 @@ extern "C" int32_t Q310_CALL eReadIdentPo(uint32_t adr, char* IdentPo, char* out
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadIdentPo);
-    KEL_REJECT_NULL(IdentPo);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(IdentPo);
+    Q310_REJECT_NULL(outErr);
     uint16_t crc = 0;
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadFirmwareCRC(&clientContext, &crc);
     if (Kel_IsBad(status))
@@ -390,8 +390,8 @@ extern "C" int32_t Q310_CALL eReadOutputDate(uint32_t adr, char* outputDate, cha
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadOutputDate);
-    KEL_REJECT_NULL(outputDate);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outputDate);
+    Q310_REJECT_NULL(outErr);
     const Kel_StatusCode status = Kel_Zentor1Phase_Application_Read(App(), 0x66);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOutputDateText);
@@ -414,9 +414,9 @@ extern "C" int32_t Q310_CALL eReadRunningTime(uint32_t adr, char* Time, char* ba
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadRunningTime);
-    KEL_REJECT_NULL(Time);
-    KEL_REJECT_NULL(batTime);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(Time);
+    Q310_REJECT_NULL(batTime);
+    Q310_REJECT_NULL(outErr);
     uint32_t meterTime = 0, batteryTime = 0;
     const Kel_StatusCode status =
         Kel_Zentor1Phase_Client_ReadRunningTime(&clientContext, &meterTime, &batteryTime);
@@ -431,8 +431,8 @@ extern "C" int32_t Q310_CALL eReadVoltageLiBattery(uint32_t adr, char* libatBatt
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadVoltageLiBattery);
-    KEL_REJECT_NULL(libatBattery);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(libatBattery);
+    Q310_REJECT_NULL(outErr);
     uint8_t voltage[2] = {};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadBatteryVoltage(&clientContext, voltage);
     if (Kel_IsBad(status))
@@ -446,9 +446,9 @@ extern "C" int32_t Q310_CALL eReadTypeState(uint32_t adr, uint32_t* typeMode1, u
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadTypeState);
-    KEL_REJECT_NULL(typeMode1);
-    KEL_REJECT_NULL(typeMode2);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(typeMode1);
+    Q310_REJECT_NULL(typeMode2);
+    Q310_REJECT_NULL(outErr);
     const uint8_t parameter = 0xFF;
     const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(App(), 0x86, &parameter, 1);
     if (Kel_IsBad(status))
@@ -466,9 +466,9 @@ extern "C" int32_t Q310_CALL eReadVariantExecution(uint32_t adr, uint32_t* power
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadVariantExecution);
-    KEL_REJECT_NULL(powerFlag);
-    KEL_REJECT_NULL(relayFlag);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(powerFlag);
+    Q310_REJECT_NULL(relayFlag);
+    Q310_REJECT_NULL(outErr);
     const Kel_StatusCode status = Kel_Zentor1Phase_Application_Read(App(), 0x65);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kVariantText);
@@ -489,15 +489,15 @@ extern "C" int32_t Q310_CALL eReadPLC1Config(uint32_t adr, uint32_t b1, uint32_t
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadPLC1Config);
-    KEL_REJECT_NULL(cdd1);
-    KEL_REJECT_NULL(cdd2);
-    KEL_REJECT_NULL(cdd3);
-    KEL_REJECT_NULL(cdd4);
-    KEL_REJECT_NULL(cdd5);
-    KEL_REJECT_NULL(cdd6);
-    KEL_REJECT_NULL(cdd7);
-    KEL_REJECT_NULL(cdd8);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(cdd1);
+    Q310_REJECT_NULL(cdd2);
+    Q310_REJECT_NULL(cdd3);
+    Q310_REJECT_NULL(cdd4);
+    Q310_REJECT_NULL(cdd5);
+    Q310_REJECT_NULL(cdd6);
+    Q310_REJECT_NULL(cdd7);
+    Q310_REJECT_NULL(cdd8);
+    Q310_REJECT_NULL(outErr);
     const uint8_t parameters[8] = {static_cast<uint8_t>(b1), static_cast<uint8_t>(b2),
                                    static_cast<uint8_t>(b3), static_cast<uint8_t>(b4),
                                    static_cast<uint8_t>(b5), static_cast<uint8_t>(b6),
@@ -522,10 +522,10 @@ extern "C" int32_t Q310_CALL eReadCurrentTime(uint32_t adr, char* testTime, char
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadCurrentTime);
-    KEL_REJECT_NULL(testTime);
-    KEL_REJECT_NULL(testDate);
-    KEL_REJECT_NULL(weekDay);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(testTime);
+    Q310_REJECT_NULL(testDate);
+    Q310_REJECT_NULL(weekDay);
+    Q310_REJECT_NULL(outErr);
     Kel_Zentor1Phase_MeterTime7 time{};
     const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadDateTime(&clientContext, &time);
     if (Kel_IsBad(status))
@@ -545,9 +545,9 @@ extern "C" int32_t Q310_CALL eReadTimeOnOff(uint32_t adr, uint32_t event, char* 
 {
     (void)adr;
     Q310_EXPORT_ENTER(eReadTimeOnOff);
-    KEL_REJECT_NULL(timeMass);
-    KEL_REJECT_NULL(dateMass);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(timeMass);
+    Q310_REJECT_NULL(dateMass);
+    Q310_REJECT_NULL(outErr);
     Kel_StatusCode (*read)(Kel_Zentor1Phase_ClientContext*, Kel_Zentor1Phase_MeterTime7*) = nullptr;
     const char* name = nullptr;
     switch (event)

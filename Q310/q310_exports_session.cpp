@@ -101,9 +101,9 @@ extern "C" int32_t Q310_CALL eOpen(int32_t portNumber, const char* mode, const u
                                    char* outErr)
 {
     Q310_EXPORT_ENTER(eOpen);
-    KEL_REJECT_NULL(mode);
-    KEL_REJECT_NULL(pCommTimeOuts);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(mode);
+    Q310_REJECT_NULL(pCommTimeOuts);
+    Q310_REJECT_NULL(outErr);
 
     Kel_StatusCode status = Q310_StartTracing();
     if (Kel_IsBad(status))
@@ -162,8 +162,8 @@ extern "C" int32_t Q310_CALL eTcpOpen(int32_t tcpPort, const char* ipAddress, ui
 {
     (void)reserved;
     Q310_EXPORT_ENTER(eTcpOpen);
-    KEL_REJECT_NULL(ipAddress);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(ipAddress);
+    Q310_REJECT_NULL(outErr);
     // Kept even when a later step fails.
     glCommTimeOuts.ReadTotalTimeoutConstant = readTimeout;
     Kel_StatusCode status = Q310_StartTracing();
@@ -183,7 +183,7 @@ extern "C" int32_t Q310_CALL eClose(uint32_t reserved, char* outErr)
 {
     (void)reserved;
     Q310_EXPORT_ENTER(eClose);
-    KEL_REJECT_NULL(outErr);
+    Q310_REJECT_NULL(outErr);
     int32_t result = 1;
     Kel_StatusCode status = Kel_P_Tcp_Close(&client_socket_context);
     if (Kel_IsBad(status))

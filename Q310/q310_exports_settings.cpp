@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "Q310/q310_exports_text.h"
+#include "Q310/q310_export_support.h"
 
 namespace
 {
@@ -56,7 +56,7 @@ constexpr uint8_t kLimitOff = 0x55;
 int32_t eReadParamDisplay(uint32_t adr, char* rateParams, uint32_t* powerParams, uint32_t* timeParams,
                           uint32_t* dateParams, char* outErr)
 {
-    Q310_ENTER("eReadParamDisplay");
+    Q310_EXPORT_ENTER(eReadParamDisplay);
     (void)adr;
     Q310_REJECT_NULL(rateParams);
     Q310_REJECT_NULL(powerParams);
@@ -79,7 +79,7 @@ int32_t eReadParamDisplay(uint32_t adr, char* rateParams, uint32_t* powerParams,
 int32_t eWriteParamDisplay(uint32_t adr, const char* rateParams, uint32_t power, uint32_t time, uint32_t date,
                            char* outErr)
 {
-    Q310_ENTER("eWriteParamDisplay");
+    Q310_EXPORT_ENTER(eWriteParamDisplay);
     (void)adr;
     Q310_REJECT_NULL(rateParams);
     Q310_REJECT_NULL(outErr);
@@ -96,7 +96,7 @@ int32_t eReadAddParamDisplay(uint32_t adr, uint32_t* rateFlag1, uint32_t* UIFreq
                              uint32_t* cRunningFlag1, uint32_t* batRunningFlag1, uint32_t* pLimitFlag1,
                              uint32_t* enLimitFlag1, uint32_t* delayTime1, uint32_t* indBat, char* outErr)
 {
-    Q310_ENTER("eReadAddParamDisplay");
+    Q310_EXPORT_ENTER(eReadAddParamDisplay);
     (void)adr;
     Q310_REJECT_NULL(rateFlag1);
     Q310_REJECT_NULL(UIFreqFlag1);
@@ -128,7 +128,7 @@ int32_t eWriteAddParamDisplay(uint32_t adr, uint32_t rateFlag1, uint32_t UIFreqF
                               uint32_t cRunningFlag1, uint32_t batRunningFlag1, uint32_t pLimitFlag1,
                               uint32_t enLimitFlag1, uint32_t delayTime1, uint32_t indBat, char* outErr)
 {
-    Q310_ENTER("eWriteAddParamDisplay");
+    Q310_EXPORT_ENTER(eWriteAddParamDisplay);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     // Each flag shifted into place without masking: only 0 and 1 are meaningful.
@@ -144,7 +144,7 @@ int32_t eWriteAddParamDisplay(uint32_t adr, uint32_t rateFlag1, uint32_t UIFreqF
 int32_t eReadIndicationTime(uint32_t adr, uint32_t* indTime11, uint32_t* indTime21, uint32_t* indTime31,
                             uint32_t* indTime41, char* outErr)
 {
-    Q310_ENTER("eReadIndicationTime");
+    Q310_EXPORT_ENTER(eReadIndicationTime);
     (void)adr;
     Q310_REJECT_NULL(indTime11);
     Q310_REJECT_NULL(indTime21);
@@ -163,7 +163,7 @@ int32_t eReadIndicationTime(uint32_t adr, uint32_t* indTime11, uint32_t* indTime
 int32_t eWriteIndicationTime(uint32_t adr, uint32_t indTime1, uint32_t indTime2, uint32_t indTime3,
                              uint32_t indTime4, char* outErr)
 {
-    Q310_ENTER("eWriteIndicationTime");
+    Q310_EXPORT_ENTER(eWriteIndicationTime);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     const Kel_Zentor1Phase_DisplayDelay delay{static_cast<uint8_t>(indTime1), static_cast<uint8_t>(indTime2),
@@ -174,7 +174,7 @@ int32_t eWriteIndicationTime(uint32_t adr, uint32_t indTime1, uint32_t indTime2,
 
 int32_t eReadCorrectionTime(uint32_t adr, uint32_t* cCorrectTime, char* outErr)
 {
-    Q310_ENTER("eReadCorrectionTime");
+    Q310_EXPORT_ENTER(eReadCorrectionTime);
     (void)adr;
     Q310_REJECT_NULL(cCorrectTime);
     Q310_REJECT_NULL(outErr);
@@ -186,7 +186,7 @@ int32_t eReadCorrectionTime(uint32_t adr, uint32_t* cCorrectTime, char* outErr)
 
 int32_t eWriteCorrectionTime(uint32_t adr, uint32_t cCorrectTime, char* outErr)
 {
-    Q310_ENTER("eWriteCorrectionTime");
+    Q310_EXPORT_ENTER(eWriteCorrectionTime);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(
@@ -197,7 +197,7 @@ int32_t eWriteCorrectionTime(uint32_t adr, uint32_t cCorrectTime, char* outErr)
 
 int32_t eReadSeasonFlag(uint32_t adr, uint32_t* seasonFlag, char* outErr)
 {
-    Q310_ENTER("eReadSeasonFlag");
+    Q310_EXPORT_ENTER(eReadSeasonFlag);
     (void)adr;
     Q310_REJECT_NULL(seasonFlag);
     Q310_REJECT_NULL(outErr);
@@ -209,7 +209,7 @@ int32_t eReadSeasonFlag(uint32_t adr, uint32_t* seasonFlag, char* outErr)
 
 int32_t eWriteSeasonFlag(uint32_t adr, uint32_t seasonFlag, char* outErr)
 {
-    Q310_ENTER("eWriteSeasonFlag");
+    Q310_EXPORT_ENTER(eWriteSeasonFlag);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(
@@ -222,7 +222,7 @@ int32_t eWriteSeasonFlag(uint32_t adr, uint32_t seasonFlag, char* outErr)
 // date and time.
 int32_t eSynchronizaionTime(uint32_t adr, char* outErr)
 {
-    Q310_ENTER("eSynchronizaionTime");
+    Q310_EXPORT_ENTER(eSynchronizaionTime);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     const DateTime now{static_cast<int32_t>(time(KEL_NULL)), 0};
@@ -232,7 +232,7 @@ int32_t eSynchronizaionTime(uint32_t adr, char* outErr)
 
 int32_t eReadPowerLimit(uint32_t adr, uint32_t* powerLimit, char* outErr)
 {
-    Q310_ENTER("eReadPowerLimit");
+    Q310_EXPORT_ENTER(eReadPowerLimit);
     (void)adr;
     Q310_REJECT_NULL(powerLimit);
     Q310_REJECT_NULL(outErr);
@@ -245,7 +245,7 @@ int32_t eReadPowerLimit(uint32_t adr, uint32_t* powerLimit, char* outErr)
 
 int32_t eWritePowerLimit(uint32_t adr, uint32_t powerLimit, char* outErr)
 {
-    Q310_ENTER("eWritePowerLimit");
+    Q310_EXPORT_ENTER(eWritePowerLimit);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     const uint32_t tenths = powerLimit * 10u; // the product taken in 32 bits
@@ -257,7 +257,7 @@ int32_t eWritePowerLimit(uint32_t adr, uint32_t powerLimit, char* outErr)
 int32_t eReadPowerLimitMode(uint32_t adr, uint32_t* compareByte1, uint32_t* cycleTime1, uint32_t* cycleFlag1,
                             uint32_t* resFlag1, char* outErr)
 {
-    Q310_ENTER("eReadPowerLimitMode");
+    Q310_EXPORT_ENTER(eReadPowerLimitMode);
     (void)adr;
     Q310_REJECT_NULL(compareByte1);
     Q310_REJECT_NULL(cycleTime1);
@@ -276,7 +276,7 @@ int32_t eReadPowerLimitMode(uint32_t adr, uint32_t* compareByte1, uint32_t* cycl
 int32_t eWritePowerLimitMode(uint32_t adr, uint32_t compareByte1, uint32_t cycleTime1, uint32_t cycleFlag1,
                              uint32_t resFlag1, char* outErr)
 {
-    Q310_ENTER("eWritePowerLimitMode");
+    Q310_EXPORT_ENTER(eWritePowerLimitMode);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     const uint8_t mode[4] = {static_cast<uint8_t>(compareByte1), static_cast<uint8_t>(cycleTime1),
@@ -287,7 +287,7 @@ int32_t eWritePowerLimitMode(uint32_t adr, uint32_t compareByte1, uint32_t cycle
 
 int32_t eReadEnergyLimit(uint32_t adr, uint32_t* EnergyLimit, char* outErr)
 {
-    Q310_ENTER("eReadEnergyLimit");
+    Q310_EXPORT_ENTER(eReadEnergyLimit);
     (void)adr;
     Q310_REJECT_NULL(EnergyLimit);
     Q310_REJECT_NULL(outErr);
@@ -299,7 +299,7 @@ int32_t eReadEnergyLimit(uint32_t adr, uint32_t* EnergyLimit, char* outErr)
 
 int32_t eWriteEnergyLimit(uint32_t adr, uint32_t EnergyLimit, char* outErr)
 {
-    Q310_ENTER("eWriteEnergyLimit");
+    Q310_EXPORT_ENTER(eWriteEnergyLimit);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(Kel_Zentor1Phase_Client_WriteEnergyLimit(&clientContext, static_cast<uint16_t>(EnergyLimit)),
@@ -310,7 +310,7 @@ int32_t eWriteEnergyLimit(uint32_t adr, uint32_t EnergyLimit, char* outErr)
 int32_t eReadEnergyRateLimit(uint32_t adr, char* enRateLimitMass, char* enLimitFlagMass, uint32_t* arr,
                              char* outErr)
 {
-    Q310_ENTER("eReadEnergyRateLimit");
+    Q310_EXPORT_ENTER(eReadEnergyRateLimit);
     (void)adr;
     Q310_REJECT_NULL(enRateLimitMass);
     Q310_REJECT_NULL(enLimitFlagMass);
@@ -332,7 +332,7 @@ int32_t eWriteEnergyRateLimit(uint32_t adr, const char* enRateLimit1, const char
                               const char* enRateLimit3, const char* enRateLimit4, const char* enLimitFlag,
                               char* outErr)
 {
-    Q310_ENTER("eWriteEnergyRateLimit");
+    Q310_EXPORT_ENTER(eWriteEnergyRateLimit);
     (void)adr;
     Q310_REJECT_NULL(enRateLimit1);
     Q310_REJECT_NULL(enRateLimit2);
@@ -363,7 +363,7 @@ int32_t eWriteEnergyRateLimit(uint32_t adr, const char* enRateLimit1, const char
 // Wire byte to the host's relay mode: 0x55 is 2, 0xAA is 1, anything else 0.
 int32_t eReadReleMode(uint32_t adr, uint32_t* releMode, char* outErr)
 {
-    Q310_ENTER("eReadReleMode");
+    Q310_EXPORT_ENTER(eReadReleMode);
     (void)adr;
     Q310_REJECT_NULL(releMode);
     Q310_REJECT_NULL(outErr);
@@ -377,7 +377,7 @@ int32_t eReadReleMode(uint32_t adr, uint32_t* releMode, char* outErr)
 // is 2); other bytes leave the host's cell as it was.
 int32_t eReadReleMode_2a(uint32_t adr, uint32_t* releMode, char* outErr)
 {
-    Q310_ENTER("eReadReleMode_2a");
+    Q310_EXPORT_ENTER(eReadReleMode_2a);
     (void)adr;
     Q310_REJECT_NULL(releMode);
     Q310_REJECT_NULL(outErr);
@@ -400,7 +400,7 @@ int32_t eReadReleMode_2a(uint32_t adr, uint32_t* releMode, char* outErr)
 // Host mode to wire byte: 2 is 0x55, 1 is 0xAA, 16 is 0x5A, every other mode 0x00.
 int32_t eWriteReleMode(uint32_t adr, int32_t releMode, char* outErr)
 {
-    Q310_ENTER("eWriteReleMode");
+    Q310_EXPORT_ENTER(eWriteReleMode);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     uint8_t mode = 0x00;
@@ -416,7 +416,7 @@ int32_t eWriteReleMode(uint32_t adr, int32_t releMode, char* outErr)
 
 int32_t eReadOutputFunction(uint32_t adr, uint32_t* flag1, char* outErr)
 {
-    Q310_ENTER("eReadOutputFunction");
+    Q310_EXPORT_ENTER(eReadOutputFunction);
     (void)adr;
     Q310_REJECT_NULL(flag1);
     Q310_REJECT_NULL(outErr);
@@ -428,7 +428,7 @@ int32_t eReadOutputFunction(uint32_t adr, uint32_t* flag1, char* outErr)
 
 int32_t eWriteOutputFunction(uint32_t adr, uint32_t flag1, char* outErr)
 {
-    Q310_ENTER("eWriteOutputFunction");
+    Q310_EXPORT_ENTER(eWriteOutputFunction);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(Kel_Zentor1Phase_Client_WriteDryOutputMode(&clientContext, static_cast<uint8_t>(flag1)),
@@ -438,7 +438,7 @@ int32_t eWriteOutputFunction(uint32_t adr, uint32_t flag1, char* outErr)
 
 int32_t eWriteSpeed(uint32_t adr, uint32_t speed, char* outErr)
 {
-    Q310_ENTER("eWriteSpeed");
+    Q310_EXPORT_ENTER(eWriteSpeed);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(Kel_Zentor1Phase_Client_WriteBaudRate(&clientContext, static_cast<uint8_t>(speed)),
@@ -448,7 +448,7 @@ int32_t eWriteSpeed(uint32_t adr, uint32_t speed, char* outErr)
 
 int32_t eWriteAddress(uint32_t adr, uint32_t group, uint32_t address, char* outErr)
 {
-    Q310_ENTER("eWriteAddress");
+    Q310_EXPORT_ENTER(eWriteAddress);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     if (group != 0)
@@ -462,7 +462,7 @@ int32_t eWriteAddress(uint32_t adr, uint32_t group, uint32_t address, char* outE
 // client refuses a null one, which ends as a failed request).
 int32_t eReadMultMode(uint32_t adr, uint8_t* multMode, char* outErr)
 {
-    Q310_ENTER("eReadMultMode");
+    Q310_EXPORT_ENTER(eReadMultMode);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTimeoutMultiplier(&clientContext, multMode), kReadMultMode);
@@ -471,7 +471,7 @@ int32_t eReadMultMode(uint32_t adr, uint8_t* multMode, char* outErr)
 
 int32_t eWriteMultMode(uint32_t adr, uint32_t multMode, char* outErr)
 {
-    Q310_ENTER("eWriteMultMode");
+    Q310_EXPORT_ENTER(eWriteMultMode);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(
@@ -483,7 +483,7 @@ int32_t eWriteMultMode(uint32_t adr, uint32_t multMode, char* outErr)
 // Clear the battery flag, then reset the battery lifetime counter; a failed first step skips the second.
 int32_t eResetDeviceBat(uint32_t adr, char* outErr)
 {
-    Q310_ENTER("eResetDeviceBat");
+    Q310_EXPORT_ENTER(eResetDeviceBat);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(Kel_Zentor1Phase_Client_WriteBatteryFlagReset(&clientContext), kResetDeviceBat);

@@ -11,7 +11,7 @@
 #include <ctime>
 #include <initializer_list>
 
-#include "Q310/q310_exports_text.h"
+#include "Q310/q310_export_support.h"
 #include "protocols/orlenta/1phase/kel_zentor1phase_utils.h"
 #include "shared/kel_utils.h"
 
@@ -192,7 +192,7 @@ void Q310_ParseHolidayText(const char* pText, uint8_t* pHalf0, uint8_t* pHalf1)
 
 int32_t eReadRateQuantity(uint32_t adr, uint32_t* rateQuantity1, char* outErr)
 {
-    Q310_ENTER("eReadRateQuantity");
+    Q310_EXPORT_ENTER(eReadRateQuantity);
     (void)adr;
     Q310_REJECT_NULL(rateQuantity1);
     Q310_REJECT_NULL(outErr);
@@ -204,7 +204,7 @@ int32_t eReadRateQuantity(uint32_t adr, uint32_t* rateQuantity1, char* outErr)
 
 int32_t eWriteRateQuantity(uint32_t adr, uint32_t rateQuantity, char* outErr)
 {
-    Q310_ENTER("eWriteRateQuantity");
+    Q310_EXPORT_ENTER(eWriteRateQuantity);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(
@@ -216,7 +216,7 @@ int32_t eWriteRateQuantity(uint32_t adr, uint32_t rateQuantity, char* outErr)
 // The schedule by raw requests, eight zones a day, appended month by month as the answers arrive.
 int32_t eReadRateScale_1(uint32_t adr, char* TariffsTable, char* outErr)
 {
-    Q310_ENTER("eReadRateScale_1");
+    Q310_EXPORT_ENTER(eReadRateScale_1);
     (void)adr;
     Q310_REJECT_NULL(TariffsTable);
     Q310_REJECT_NULL(outErr);
@@ -263,7 +263,7 @@ int32_t eReadRateScale_1(uint32_t adr, char* TariffsTable, char* outErr)
 // tables by raw requests.
 int32_t eWriteRateScale_1(uint32_t adr, const char* TariffsTable, char* outErr)
 {
-    Q310_ENTER("eWriteRateScale_1");
+    Q310_EXPORT_ENTER(eWriteRateScale_1);
     (void)adr;
     Q310_REJECT_NULL(TariffsTable);
     Q310_REJECT_NULL(outErr);
@@ -308,7 +308,7 @@ int32_t eWriteRateScale_1(uint32_t adr, const char* TariffsTable, char* outErr)
 // before anything is appended.
 int32_t eReadRateScale_4(uint32_t adr, char* TariffsTable, char* outErr)
 {
-    Q310_ENTER("eReadRateScale_4");
+    Q310_EXPORT_ENTER(eReadRateScale_4);
     (void)adr;
     Q310_REJECT_NULL(TariffsTable);
     Q310_REJECT_NULL(outErr);
@@ -325,7 +325,7 @@ int32_t eReadRateScale_4(uint32_t adr, char* TariffsTable, char* outErr)
 
 int32_t eWriteRateScale_4(uint32_t adr, const char* TariffsTable, char* outErr)
 {
-    Q310_ENTER("eWriteRateScale_4");
+    Q310_EXPORT_ENTER(eWriteRateScale_4);
     (void)adr;
     Q310_REJECT_NULL(TariffsTable);
     Q310_REJECT_NULL(outErr);
@@ -349,7 +349,7 @@ int32_t eWriteRateScale_4(uint32_t adr, const char* TariffsTable, char* outErr)
 #define Q310_FILE_PLACEHOLDER(aName)                                                                         \
     int32_t Q310_CALL aName(uint32_t adr, const char* fName, char* outErr)                                   \
     {                                                                                                        \
-        Q310_ENTER(#aName);                                                                                  \
+        Q310_EXPORT_ENTER(aName);                                                                            \
         (void)adr;                                                                                           \
         Q310_REJECT_NULL(fName);                                                                             \
         Q310_REJECT_NULL(outErr);                                                                            \
@@ -365,7 +365,7 @@ Q310_FILE_PLACEHOLDER(eReadWeekendScale)
 // holiday list.
 int32_t eWriteWeekendScale(uint32_t adr, const char* fName, char* outErr)
 {
-    Q310_ENTER("eWriteWeekendScale");
+    Q310_EXPORT_ENTER(eWriteWeekendScale);
     (void)adr;
     Q310_REJECT_NULL(fName);
     Q310_REJECT_NULL(outErr);
@@ -379,7 +379,7 @@ int32_t eWriteWeekendScale(uint32_t adr, const char* fName, char* outErr)
 
 int32_t eReadWeekendScale2(uint32_t adr, char* holiday, char* outErr)
 {
-    Q310_ENTER("eReadWeekendScale2");
+    Q310_EXPORT_ENTER(eReadWeekendScale2);
     (void)adr;
     Q310_REJECT_NULL(holiday);
     Q310_REJECT_NULL(outErr);
@@ -393,7 +393,7 @@ int32_t eReadWeekendScale2(uint32_t adr, char* holiday, char* outErr)
 
 int32_t eWriteWeekendScale2(uint32_t adr, const char* holiday, char* outErr)
 {
-    Q310_ENTER("eWriteWeekendScale2");
+    Q310_EXPORT_ENTER(eWriteWeekendScale2);
     (void)adr;
     Q310_REJECT_NULL(holiday);
     Q310_REJECT_NULL(outErr);
@@ -411,7 +411,7 @@ int32_t eWriteWeekendScale2(uint32_t adr, const char* holiday, char* outErr)
 int32_t eWriteTSFast(uint32_t adr, Q310_B5(0), Q310_B5(1), Q310_B5(2), Q310_B5(3), Q310_B5(4), Q310_B5(5),
                      Q310_B5(6), char* outErr)
 {
-    Q310_ENTER("eWriteTSFast");
+    Q310_EXPORT_ENTER(eWriteTSFast);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     const uint32_t words[35] = {Q310_V5(0), Q310_V5(1), Q310_V5(2), Q310_V5(3),
@@ -430,7 +430,7 @@ int32_t eWriteTSFast(uint32_t adr, Q310_B5(0), Q310_B5(1), Q310_B5(2), Q310_B5(3
 // No error buffer: 0 for any failure, the reason only in the trace.
 int32_t eReadModeTariffProfile(uint32_t adr, uint32_t* ModeTariffProfile, uint32_t* CntBuf)
 {
-    Q310_ENTER("eReadModeTariffProfile");
+    Q310_EXPORT_ENTER(eReadModeTariffProfile);
     (void)adr;
     Q310_REJECT_NULL(ModeTariffProfile);
     Q310_REJECT_NULL(CntBuf);
@@ -456,7 +456,7 @@ int32_t eReadModeTariffProfile(uint32_t adr, uint32_t* ModeTariffProfile, uint32
 // as the BCD of the low byte of year + 0x30 (year - 2000 for 2000..2099).
 int32_t eWriteModeTariffProfile(uint32_t adr, uint32_t mode, char* outErr)
 {
-    Q310_ENTER("eWriteModeTariffProfile");
+    Q310_EXPORT_ENTER(eWriteModeTariffProfile);
     (void)adr;
     Q310_REJECT_NULL(outErr);
     const DateTime now{static_cast<int32_t>(time(KEL_NULL)), 0};
