@@ -91,7 +91,65 @@ const char* DryOutputModeText(uint8_t aMode)
             return "    Unknown mode";
     }
 }
+// The success line of a one-byte setting, when its row has one; it receives the byte.
+void TraceSetting(const Kel_TraceScope& kelScope, int32_t aLine, const char* pFormat, uint8_t aValue)
+{
+    if (pFormat != KEL_NULL && Kel_P_Trace_IsEnabled(kelScope.module, KEL_TRACE_LEVEL_FLOW))
+        Kel_P_Trace_Imp(kelScope.module, KEL_TRACE_LEVEL_FLOW, KEL_NULL, 0, kelScope.file, aLine, pFormat,
+                        aValue);
+}
+
+// True when aRejects refuses exactly the bytes outside aLow..aHigh: a row's traced rejection and its
+// range state one fact twice, so the two are compared when the client is compiled.
+template <typename Rejects> constexpr bool RefusesOutside(Rejects aRejects, uint32_t aLow, uint32_t aHigh)
+{
+    for (uint32_t value = 0; value < 256; ++value)
+        if (aRejects(value) != (value < aLow || value > aHigh))
+            return false;
+    return true;
+}
 } // namespace
+
+// The one-byte settings: one read and one write for each row of kel_zentor1phase_settings.def whose
+// kind is BYTE. A read hands back answer byte 1 as it is; a write sends its one argument byte.
+#define KEL_SETTING_CAT_(a, b) a##b
+#define KEL_SETTING_CAT(a, b) KEL_SETTING_CAT_(a, b)
+#define KEL_SETTING_READ_OWN(...)
+#define KEL_SETTING_READ_NONE(...)
+#define KEL_SETTING_WRITE_OWN(...)
+#define KEL_SETTING_WRITE_NONE(...)
+#define KEL_SETTING_READ_BYTE(aFunction, aResult, aCommand, aLength, aMismatch, aTrace)                      \
+    Kel_StatusCode aFunction(Kel_Zentor1Phase_ClientContext* pContext, uint8_t* aResult)                     \
+    {                                                                                                        \
+        KEL_ENTER(Kel_Module_ZentorProtocolClient);                                                          \
+        KEL_REJECT_NULL(pContext);                                                                           \
+        KEL_REJECT_NULL(aResult);                                                                            \
+        return ReadRaw(kelScope, pContext, (aCommand), (aLength), (aMismatch), aResult, 1, (aTrace));        \
+    }
+#define KEL_SETTING_WRITE_BYTE(aFunction, aArgument, aCommand, aRejection, aTrace, aLow, aHigh)              \
+    static_assert(RefusesOutside([]([[maybe_unused]] uint32_t aArgument)                                     \
+                                 { return static_cast<bool>(aRejection); },                                  \
+                                 (aLow), (aHigh)),                                                           \
+                  "the rejection of " #aFunction " does not match its range");                               \
+    Kel_StatusCode aFunction(Kel_Zentor1Phase_ClientContext* pContext, uint8_t aArgument)                    \
+    {                                                                                                        \
+        KEL_ENTER(Kel_Module_ZentorProtocolClient);                                                          \
+        KEL_REJECT_NULL(pContext);                                                                           \
+        KEL_REJECT_IF(aRejection, Kel_BadInvalidArgument);                                                   \
+        Kel_StatusCode status = Kel_Good;                                                                    \
+        KEL_CLIENT_RUN(WriteByte(pContext, (aCommand), aArgument));                                          \
+        TraceSetting(kelScope, __LINE__, (aTrace), aArgument);                                               \
+        KEL_EXIT(status);                                                                                    \
+    }
+#define KEL_ZENTOR1PHASE_SETTING(aReadKind, aRead, aResult, aReadCommand, aLength, aMismatch, aReadTrace,    \
+                                 aWriteKind, aWrite, aArgument, aWriteCommand, aRejection, aWriteTrace,      \
+                                 aLow, aHigh, ...)                                                           \
+    KEL_SETTING_CAT(KEL_SETTING_READ_, aReadKind)                                                            \
+    (aRead, aResult, aReadCommand, aLength, aMismatch, aReadTrace)                                           \
+        KEL_SETTING_CAT(KEL_SETTING_WRITE_, aWriteKind)(aWrite, aArgument, aWriteCommand, aRejection,        \
+                                                        aWriteTrace, aLow, aHigh)
+#include "protocols/orlenta/1phase/kel_zentor1phase_settings.def"
+#undef KEL_ZENTOR1PHASE_SETTING
 
 Kel_StatusCode Kel_Zentor1Phase_Client_CreateContext(Kel_Zentor1Phase_ClientContext* pContext,
                                                      Kel_SerialChannel_Context* pSerialChannel,
@@ -373,27 +431,6 @@ Kel_Zentor1Phase_Client_WriteTariffEnergyLimit(Kel_Zentor1Phase_ClientContext* p
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadSummerTimeFlag(Kel_Zentor1Phase_ClientContext* pContext,
-                                                          uint8_t* pFlag)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pFlag);
-    return ReadRaw(kelScope, pContext, 0x24, 2, Kel_BadDeviceUnknownResponse, pFlag, 1,
-                   "ReadSummerTimeFlag Season time enable flag: %d\n");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteSummerTimeFlag(Kel_Zentor1Phase_ClientContext* pContext,
-                                                           uint8_t aFlag)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x05, aFlag));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteSummerTimeFlag: success");
-    KEL_EXIT(status);
-}
-
 Kel_StatusCode Kel_Zentor1Phase_Client_ReadFirmwareVersion(Kel_Zentor1Phase_ClientContext* pContext,
                                                            uint8_t* pVersion)
 {
@@ -464,15 +501,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_WriteBatteryLifetimeReset(Kel_Zentor1Phas
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadTimeCorrection1(Kel_Zentor1Phase_ClientContext* pContext,
-                                                           uint8_t* pValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pValue);
-    return ReadRaw(kelScope, pContext, 0x25, 2, Kel_BadDeviceUnknownResponse, pValue, 1);
-}
-
 Kel_StatusCode Kel_Zentor1Phase_Client_ReadTimeCorrection3(Kel_Zentor1Phase_ClientContext* pContext,
                                                            uint32_t* pValue)
 {
@@ -484,50 +512,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadTimeCorrection3(Kel_Zentor1Phase_Clie
     KEL_CLIENT_READ(0x64, 4, Kel_BadDeviceUnknownResponse);
     *pValue = (static_cast<uint32_t>(KEL_CLIENT_IN[1]) << 16) |
               (static_cast<uint32_t>(KEL_CLIENT_IN[2]) << 8) | KEL_CLIENT_IN[3];
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteTimeCorrection1(Kel_Zentor1Phase_ClientContext* pContext,
-                                                            uint8_t aValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_IF(aValue & 0xE0, Kel_BadInvalidArgument);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x06, aValue));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteTimeCorrection1 success (%d)\n", aValue);
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteBaudRate(Kel_Zentor1Phase_ClientContext* pContext,
-                                                     uint8_t baudRate)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_IF(baudRate > KEL_ZENTOR1PHASE_BAUD_600, Kel_BadInvalidArgument);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x08, baudRate));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteBaudRate success (%d)\n", baudRate);
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadDisplayMode(Kel_Zentor1Phase_ClientContext* pContext,
-                                                       uint8_t* pMode)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pMode);
-    return ReadRaw(kelScope, pContext, 0x2A, 2, Kel_BadDeviceUnknownResponse, pMode, 1);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteDisplayMode(Kel_Zentor1Phase_ClientContext* pContext,
-                                                        uint8_t aMode)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x09, aMode));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteDisplayMode success (%d)\n", aMode);
     KEL_EXIT(status);
 }
 
@@ -633,39 +617,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadDryOutputMode(Kel_Zentor1Phase_Client
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteDryOutputMode(Kel_Zentor1Phase_ClientContext* pContext,
-                                                          uint8_t aMode)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x07, aMode));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteDryOutputMode success (%d)\n", aMode);
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadTariffsNumber(Kel_Zentor1Phase_ClientContext* pContext,
-                                                         uint8_t* pValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pValue);
-    return ReadRaw(kelScope, pContext, 0x2E, 2, Kel_BadDeviceErrorResponse, pValue, 1,
-                   "ReadTariffsNumber Tariffs Number: %d");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteTariffsNumber(Kel_Zentor1Phase_ClientContext* pContext,
-                                                          uint8_t aValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_IF((aValue < 1) || (aValue > 4), Kel_BadInvalidArgument);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x0A, aValue));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteTariffsNumber success (%d)\n", aValue);
-    KEL_EXIT(status);
-}
-
 Kel_StatusCode Kel_Zentor1Phase_Client_ReadHolidaysTable(Kel_Zentor1Phase_ClientContext* pContext,
                                                          uint8_t aPart, uint8_t* pHolidays)
 {
@@ -713,28 +664,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_WriteHolidaysTable(Kel_Zentor1Phase_Clien
     Kel_StatusCode status = Kel_Good;
     KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Write(&pContext->ApplicationContext, 0x10, bytes, 17));
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteHolidaysTable success\n");
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadActiveTariff(Kel_Zentor1Phase_ClientContext* pContext,
-                                                        uint8_t* pValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pValue);
-    return ReadRaw(kelScope, pContext, 0x60, 2, Kel_BadDeviceErrorResponse, pValue, 1,
-                   "ReadActiveTariff Tariff: %d");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteActiveTariff(Kel_Zentor1Phase_ClientContext* pContext,
-                                                         uint8_t aValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_IF((aValue < 1) || (aValue > 4), Kel_BadInvalidArgument);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x0B, aValue));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteActiveTariff success (%d)\n", aValue);
     KEL_EXIT(status);
 }
 
@@ -951,27 +880,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_ReadModemAddressLevel(Kel_Zentor1Phase_Cl
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadRelayControlMode(Kel_Zentor1Phase_ClientContext* pContext,
-                                                            uint8_t* relayControlMode)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(relayControlMode);
-    return ReadRaw(kelScope, pContext, 0x6D, 2, Kel_BadDeviceUnknownResponse, relayControlMode, 1,
-                   "ReadRelayControlMode");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteRelayControlMode(Kel_Zentor1Phase_ClientContext* pContext,
-                                                             uint8_t aMode)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x71, aMode));
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteRelayControlMode");
-    KEL_EXIT(status);
-}
-
 Kel_StatusCode Kel_Zentor1Phase_Client_WriteLoadState(Kel_Zentor1Phase_ClientContext* pContext,
                                                       uint32_t aState)
 {
@@ -988,65 +896,5 @@ Kel_StatusCode Kel_Zentor1Phase_Client_WriteLoadState(Kel_Zentor1Phase_ClientCon
         KEL_CLIENT_RUN(WriteByte(pContext, 0x71, 0x5A));
     }
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteLoadState");
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadLcdUnderBatteryEnable(Kel_Zentor1Phase_ClientContext* pContext,
-                                                                 uint8_t* pValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pValue);
-    return ReadRaw(kelScope, pContext, 0x6F, 2, Kel_BadDeviceUnknownResponse, pValue, 1,
-                   "ReadLcdUnderBatteryEnable");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteLcdUnderBatteryEnable(Kel_Zentor1Phase_ClientContext* pContext,
-                                                                  uint8_t aValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x73, aValue));
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadPlc2InterfaceEnable(Kel_Zentor1Phase_ClientContext* pContext,
-                                                               uint8_t* pValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pValue);
-    return ReadRaw(kelScope, pContext, 0x80, 2, Kel_BadDeviceUnknownResponse, pValue, 1,
-                   "ReadPlc2InterfaceEnable");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WritePlc2InterfaceEnable(Kel_Zentor1Phase_ClientContext* pContext,
-                                                                uint8_t aValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x74, aValue));
-    KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadTimeoutMultiplier(Kel_Zentor1Phase_ClientContext* pContext,
-                                                             uint8_t* pValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pValue);
-    return ReadRaw(kelScope, pContext, 0x82, 2, Kel_BadDeviceUnknownResponse, pValue, 1,
-                   "ReadTimeoutMultiplier");
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_WriteTimeoutMultiplier(Kel_Zentor1Phase_ClientContext* pContext,
-                                                              uint8_t aValue)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    Kel_StatusCode status = Kel_Good;
-    KEL_CLIENT_RUN(WriteByte(pContext, 0x75, aValue));
     KEL_EXIT(status);
 }
