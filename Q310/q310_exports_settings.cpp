@@ -20,10 +20,6 @@ constexpr auto kWriteAddParamDisplay =
     Kel_Cp1251("Запрос на запись дополнительных параметров индикации: Нет ответа.");
 constexpr auto kReadIndicationTime = Kel_Cp1251("Запрос на чтение времени индикации: Нет ответа.");
 constexpr auto kWriteIndicationTime = Kel_Cp1251("Запрос на запись времени индикации: Нет ответа.");
-constexpr auto kReadCorrectionTime = Kel_Cp1251("Запрос на чтение времени коррекции: Нет ответа.");
-constexpr auto kWriteCorrectionTime = Kel_Cp1251("Запрос на запись времени коррекции: Нет ответа.");
-constexpr auto kReadSeasonFlag = Kel_Cp1251("Запрос на чтение флага перехода зима-лето: Нет ответа.");
-constexpr auto kWriteSeasonFlag = Kel_Cp1251("Запрос на запись флага перехода зима-лето: Нет ответа.");
 constexpr auto kSynchronizeTime = Kel_Cp1251("Запрос на синхронизацию времени: Нет ответа.");
 constexpr auto kReadPowerLimit = Kel_Cp1251("Запрос на чтение лимита мощности: Нет ответа.");
 constexpr auto kWritePowerLimit = Kel_Cp1251("Запрос на запись лимита мощности: Нет ответа.");
@@ -35,12 +31,8 @@ constexpr auto kReadEnergyRateLimit = Kel_Cp1251("Запрос на чтение
 constexpr auto kWriteEnergyRateLimit = Kel_Cp1251("Запрос на запись лимита энергии: Нет ответа.");
 constexpr auto kReadReleMode = Kel_Cp1251("Запрос на чтение режима работы реле нагрузки: Нет ответа.");
 constexpr auto kWriteReleMode = Kel_Cp1251("Запрос на запись режима работы реле нагрузки: Нет ответа.");
-constexpr auto kReadOutputFunction = Kel_Cp1251("Запрос на чтение режима работы выхода: Нет ответа.");
-constexpr auto kWriteOutputFunction = Kel_Cp1251("Запрос на запись режима работы выхода: Нет ответа.");
-constexpr auto kWriteSpeed = Kel_Cp1251("Запрос на запись скорости обмена: Нет ответа.");
 constexpr auto kWriteAddress = Kel_Cp1251("Запрос на запись сетевого адреса: Нет ответа.");
 constexpr auto kReadMultMode = Kel_Cp1251("Запрос на чтение множителя таймаута: Нет ответа.");
-constexpr auto kWriteMultMode = Kel_Cp1251("Запрос на запись множителя таймаута: Нет ответа.");
 constexpr auto kResetDeviceBat = Kel_Cp1251("Запрос на сброс времени работы батарейки: Нет ответа.");
 
 // Relay control mode bytes on the wire.
@@ -52,6 +44,47 @@ constexpr uint8_t kRelayP = 0x50;
 constexpr uint8_t kLimitOn = 0x5A;
 constexpr uint8_t kLimitOff = 0x55;
 } // namespace
+
+// The plain settings exports of kel_zentor1phase_settings.def: a read hands the client's byte to the
+// host's cell, a write hands the host's value to the client as its low byte.
+#define Q310_SETTING_CAT_(a, b) a##b
+#define Q310_SETTING_CAT(a, b) Q310_SETTING_CAT_(a, b)
+#define Q310_SETTING_READ_OWN(...)
+#define Q310_SETTING_READ_NONE(...)
+#define Q310_SETTING_WRITE_OWN(...)
+#define Q310_SETTING_WRITE_NONE(...)
+#define Q310_SETTING_READ_PLAIN(aExport, aCell, aText, aClientRead)                                          \
+    int32_t aExport(uint32_t adr, uint32_t* aCell, char* outErr)                                             \
+    {                                                                                                        \
+        static constexpr auto kText = Kel_Cp1251(aText);                                                     \
+        Q310_EXPORT_ENTER(aExport);                                                                          \
+        (void)adr;                                                                                           \
+        Q310_REJECT_NULL(aCell);                                                                             \
+        Q310_REJECT_NULL(outErr);                                                                            \
+        uint8_t value = 0;                                                                                   \
+        Q310_REQUEST(aClientRead(&clientContext, &value), kText);                                            \
+        *aCell = value;                                                                                      \
+        return Q310_RESULT_OK;                                                                               \
+    }
+#define Q310_SETTING_WRITE_PLAIN(aExport, aValue, aText, aClientWrite)                                       \
+    int32_t aExport(uint32_t adr, uint32_t aValue, char* outErr)                                             \
+    {                                                                                                        \
+        static constexpr auto kText = Kel_Cp1251(aText);                                                     \
+        Q310_EXPORT_ENTER(aExport);                                                                          \
+        (void)adr;                                                                                           \
+        Q310_REJECT_NULL(outErr);                                                                            \
+        Q310_REQUEST(aClientWrite(&clientContext, static_cast<uint8_t>(aValue)), kText);                     \
+        return Q310_RESULT_OK;                                                                               \
+    }
+#define KEL_ZENTOR1PHASE_SETTING(aReadKind, aRead, aResult, aReadCommand, aLength, aMismatch, aReadTrace,    \
+                                 aWriteKind, aWrite, aArgument, aWriteCommand, aRejection, aWriteTrace,      \
+                                 aLow, aHigh, aExportReadKind, aExportRead, aCell, aReadText,                \
+                                 aExportWriteKind, aExportWrite, aValue, aWriteText, ...)                    \
+    Q310_SETTING_CAT(Q310_SETTING_READ_, aExportReadKind)                                                    \
+    (aExportRead, aCell, aReadText, aRead)                                                                   \
+        Q310_SETTING_CAT(Q310_SETTING_WRITE_, aExportWriteKind)(aExportWrite, aValue, aWriteText, aWrite)
+#include "protocols/orlenta/1phase/kel_zentor1phase_settings.def"
+#undef KEL_ZENTOR1PHASE_SETTING
 
 int32_t eReadParamDisplay(uint32_t adr, char* rateParams, uint32_t* powerParams, uint32_t* timeParams,
                           uint32_t* dateParams, char* outErr)
@@ -169,52 +202,6 @@ int32_t eWriteIndicationTime(uint32_t adr, uint32_t indTime1, uint32_t indTime2,
     const Kel_Zentor1Phase_DisplayDelay delay{static_cast<uint8_t>(indTime1), static_cast<uint8_t>(indTime2),
                                               static_cast<uint8_t>(indTime3), static_cast<uint8_t>(indTime4)};
     Q310_REQUEST(Kel_Zentor1Phase_Client_WriteDisplayDelay(&clientContext, &delay), kWriteIndicationTime);
-    return Q310_RESULT_OK;
-}
-
-int32_t eReadCorrectionTime(uint32_t adr, uint32_t* cCorrectTime, char* outErr)
-{
-    Q310_EXPORT_ENTER(eReadCorrectionTime);
-    (void)adr;
-    Q310_REJECT_NULL(cCorrectTime);
-    Q310_REJECT_NULL(outErr);
-    uint8_t value = 0;
-    Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTimeCorrection1(&clientContext, &value), kReadCorrectionTime);
-    *cCorrectTime = value;
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteCorrectionTime(uint32_t adr, uint32_t cCorrectTime, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteCorrectionTime);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(
-        Kel_Zentor1Phase_Client_WriteTimeCorrection1(&clientContext, static_cast<uint8_t>(cCorrectTime)),
-        kWriteCorrectionTime);
-    return Q310_RESULT_OK;
-}
-
-int32_t eReadSeasonFlag(uint32_t adr, uint32_t* seasonFlag, char* outErr)
-{
-    Q310_EXPORT_ENTER(eReadSeasonFlag);
-    (void)adr;
-    Q310_REJECT_NULL(seasonFlag);
-    Q310_REJECT_NULL(outErr);
-    uint8_t flag = 0;
-    Q310_REQUEST(Kel_Zentor1Phase_Client_ReadSummerTimeFlag(&clientContext, &flag), kReadSeasonFlag);
-    *seasonFlag = flag;
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteSeasonFlag(uint32_t adr, uint32_t seasonFlag, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteSeasonFlag);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(
-        Kel_Zentor1Phase_Client_WriteSummerTimeFlag(&clientContext, static_cast<uint8_t>(seasonFlag)),
-        kWriteSeasonFlag);
     return Q310_RESULT_OK;
 }
 
@@ -414,38 +401,6 @@ int32_t eWriteReleMode(uint32_t adr, int32_t releMode, char* outErr)
     return Q310_RESULT_OK;
 }
 
-int32_t eReadOutputFunction(uint32_t adr, uint32_t* flag1, char* outErr)
-{
-    Q310_EXPORT_ENTER(eReadOutputFunction);
-    (void)adr;
-    Q310_REJECT_NULL(flag1);
-    Q310_REJECT_NULL(outErr);
-    uint8_t mode = 0;
-    Q310_REQUEST(Kel_Zentor1Phase_Client_ReadDryOutputMode(&clientContext, &mode), kReadOutputFunction);
-    *flag1 = mode;
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteOutputFunction(uint32_t adr, uint32_t flag1, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteOutputFunction);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(Kel_Zentor1Phase_Client_WriteDryOutputMode(&clientContext, static_cast<uint8_t>(flag1)),
-                 kWriteOutputFunction);
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteSpeed(uint32_t adr, uint32_t speed, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteSpeed);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(Kel_Zentor1Phase_Client_WriteBaudRate(&clientContext, static_cast<uint8_t>(speed)),
-                 kWriteSpeed);
-    return Q310_RESULT_OK;
-}
-
 int32_t eWriteAddress(uint32_t adr, uint32_t group, uint32_t address, char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteAddress);
@@ -466,17 +421,6 @@ int32_t eReadMultMode(uint32_t adr, uint8_t* multMode, char* outErr)
     (void)adr;
     Q310_REJECT_NULL(outErr);
     Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTimeoutMultiplier(&clientContext, multMode), kReadMultMode);
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteMultMode(uint32_t adr, uint32_t multMode, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteMultMode);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(
-        Kel_Zentor1Phase_Client_WriteTimeoutMultiplier(&clientContext, static_cast<uint8_t>(multMode)),
-        kWriteMultMode);
     return Q310_RESULT_OK;
 }
 

@@ -17,8 +17,6 @@
 
 namespace
 {
-constexpr auto kReadRateQuantity = Kel_Cp1251("Запрос на чтение количества тарифов: Нет ответа.");
-constexpr auto kWriteRateQuantity = Kel_Cp1251("Запрос на запись количества тарифов: Нет ответа.");
 constexpr auto kReadRateScale = Kel_Cp1251("Запрос на чтение тарифного расписания: Нет ответа.");
 constexpr auto kWriteRateScale = Kel_Cp1251("Запрос на запись тарифного расписания: Нет ответа.");
 constexpr auto kWriteWeekendScale = Kel_Cp1251("Запрос на запись расписания праздничных дней: Нет ответа.");
@@ -188,29 +186,6 @@ void Q310_ParseHolidayText(const char* pText, uint8_t* pHalf0, uint8_t* pHalf1)
                 if (strcmp(word, kGenitiveMonthNames[month]) == 0)
                     half[i + 1] = static_cast<uint8_t>(month);
         }
-}
-
-int32_t eReadRateQuantity(uint32_t adr, uint32_t* rateQuantity1, char* outErr)
-{
-    Q310_EXPORT_ENTER(eReadRateQuantity);
-    (void)adr;
-    Q310_REJECT_NULL(rateQuantity1);
-    Q310_REJECT_NULL(outErr);
-    uint8_t count = 0;
-    Q310_REQUEST(Kel_Zentor1Phase_Client_ReadTariffsNumber(&clientContext, &count), kReadRateQuantity);
-    *rateQuantity1 = count;
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteRateQuantity(uint32_t adr, uint32_t rateQuantity, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteRateQuantity);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(
-        Kel_Zentor1Phase_Client_WriteTariffsNumber(&clientContext, static_cast<uint8_t>(rateQuantity)),
-        kWriteRateQuantity);
-    return Q310_RESULT_OK;
 }
 
 // The schedule by raw requests, eight zones a day, appended month by month as the answers arrive.
