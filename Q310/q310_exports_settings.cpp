@@ -50,6 +50,7 @@ constexpr uint8_t kLimitOff = 0x55;
 #define Q310_SETTING_CAT_(a, b) a##b
 #define Q310_SETTING_CAT(a, b) Q310_SETTING_CAT_(a, b)
 #define Q310_SETTING_READ_OWN(...)
+#define Q310_SETTING_READ_CELL8(...)
 #define Q310_SETTING_READ_NONE(...)
 #define Q310_SETTING_WRITE_OWN(...)
 #define Q310_SETTING_WRITE_NONE(...)

@@ -7,6 +7,7 @@
 #include "progress.h"
 #include "text_cp1251.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -132,13 +133,15 @@ Json PowerFactor(const std::string& aDigits)
     return -thousandths / 1000.0;
 }
 
-uint32_t ParseUnsigned(const std::string& aText, const std::string& aWhat, uint32_t aMax = 0xFFFFFFFFu)
+uint32_t ParseUnsigned(const std::string& aText, const std::string& aWhat, uint32_t aMax = 0xFFFFFFFFu,
+                       uint32_t aMin = 0)
 {
     char* end = nullptr;
     errno = 0;
     const unsigned long long value = strtoull(aText.c_str(), &end, 0);
-    if (aText.empty() || aText[0] == '-' || *end != '\0' || errno != 0 || value > aMax)
-        throw InputError(aWhat + ": \"" + aText + "\" is not a number from 0 to " + std::to_string(aMax));
+    if (aText.empty() || aText[0] == '-' || *end != '\0' || errno != 0 || value > aMax || value < aMin)
+        throw InputError(aWhat + ": \"" + aText + "\" is not a number from " + std::to_string(aMin) + " to " +
+                         std::to_string(aMax));
     return static_cast<uint32_t>(value);
 }
 
@@ -427,42 +430,104 @@ Json Limits(Session& s)
         {"raw", {{"eReadPowerLimit", power}, {"eReadEnergyRateLimit", Json::array({limits, flags})}}}};
 }
 
+// The one-byte settings of the meter's settings table: the name `set` knows them by, what it wants,
+// the range the meter takes, and where `read` shows them (JSON key within a read item).
+struct SettingRow
+{
+    const char* name;  // `set` name, "" for none
+    const char* usage; // what `set` wants
+    uint32_t low;
+    uint32_t high;
+    const char* key;  // JSON key, "" for none
+    const char* item; // the read item that shows it, "" for none
+    const char* unit;
+    uint32_t (*read)(Session&);                  // nullptr: not read through a plain cell
+    int32_t (*write)(uint32_t, uint32_t, char*); // nullptr: no plain write
+    const char* writeName;
+};
+
+template <typename Cell>
+uint32_t ReadCell(Session& s, int32_t (*aExport)(uint32_t, Cell*, char*), const char* aName)
+{
+    Cell cell{};
+    s.Check(aExport(0, &cell, s.Err()), aName);
+    return cell;
+}
+
+#define Q310_CLI_CAT_(a, b) a##b
+#define Q310_CLI_CAT(a, b) Q310_CLI_CAT_(a, b)
+#define Q310_CLI_READ_PLAIN(aExport) [](Session& s) { return ReadCell(s, aExport, #aExport); }
+#define Q310_CLI_READ_CELL8(aExport) Q310_CLI_READ_PLAIN(aExport)
+#define Q310_CLI_READ_OWN(aExport) nullptr
+#define Q310_CLI_READ_NONE(aExport) nullptr
+#define Q310_CLI_WRITE_PLAIN(aExport) aExport, #aExport
+#define Q310_CLI_WRITE_OWN(aExport) nullptr, ""
+#define Q310_CLI_WRITE_NONE(aExport) nullptr, ""
+#define KEL_ZENTOR1PHASE_SETTING(                                                                            \
+    aReadKind, aRead, aResult, aReadCommand, aLength, aMismatch, aReadTrace, aWriteKind, aWrite, aArgument,  \
+    aWriteCommand, aRejection, aWriteTrace, aLow, aHigh, aExportReadKind, aExportRead, aCell, aReadText,     \
+    aExportWriteKind, aExportWrite, aValue, aWriteText, aName, aUsage, aKey, aItem, aUnit)                   \
+    SettingRow{aName,                                                                                        \
+               aUsage,                                                                                       \
+               aLow,                                                                                         \
+               aHigh,                                                                                        \
+               aKey,                                                                                         \
+               aItem,                                                                                        \
+               aUnit,                                                                                        \
+               Q310_CLI_CAT(Q310_CLI_READ_, aExportReadKind)(aExportRead),                                   \
+               Q310_CLI_CAT(Q310_CLI_WRITE_, aExportWriteKind)(aExportWrite)},
+const SettingRow kSettings[] = {
+#include "protocols/orlenta/1phase/kel_zentor1phase_settings.def"
+};
+#undef KEL_ZENTOR1PHASE_SETTING
+
+// The settings a read item shows, in table order.
+void ReadSettings(Session& s, const char* pItem, Json& aResult)
+{
+    for (const SettingRow& row : kSettings)
+        if (row.read != nullptr && strcmp(row.item, pItem) == 0)
+            aResult[row.key] = row.read(s);
+}
+
+const SettingRow* FindSetting(const std::string& aName)
+{
+    for (const SettingRow& row : kSettings)
+        if (row.write != nullptr && *row.name != '\0' && aName == row.name)
+            return &row;
+    return nullptr;
+}
+
 Json Relay(Session& s)
 {
     uint32_t mode = 0;
     s.Check(eReadReleMode(0, &mode, s.Err()), "eReadReleMode");
     uint32_t state = 0xFFFFFFFFu; // left unchanged by the library for states it does not name
     s.Check(eReadReleMode_2a(0, &state, s.Err()), "eReadReleMode_2a");
-    uint32_t output = 0;
-    s.Check(eReadOutputFunction(0, &output, s.Err()), "eReadOutputFunction");
     Json result{{"mode", mode}};
     result["state"] = state == 0xFFFFFFFFu ? Json() : Json(state);
-    result["output_mode"] = output;
+    ReadSettings(s, "relay", result);
     return result;
 }
 
 Json Settings(Session& s)
 {
-    uint32_t correction = 0;
-    s.Check(eReadCorrectionTime(0, &correction, s.Err()), "eReadCorrectionTime");
-    uint32_t season = 0;
-    s.Check(eReadSeasonFlag(0, &season, s.Err()), "eReadSeasonFlag");
-    uint8_t multiplier = 0;
-    s.Check(eReadMultMode(0, &multiplier, s.Err()), "eReadMultMode");
-    return Json{
-        {"clock_correction", correction}, {"summer_time", season}, {"timeout_multiplier", multiplier}};
+    Json result = Json::object();
+    ReadSettings(s, "settings", result);
+    return result;
 }
 
 Json TariffSettings(Session& s)
 {
-    uint32_t count = 0;
-    s.Check(eReadRateQuantity(0, &count, s.Err()), "eReadRateQuantity");
+    Json result = Json::object();
+    ReadSettings(s, "tariffs", result);
     uint32_t mode = 0;
     uint32_t buffers = 0;
     // No error text for this one: a failure is only its result.
     if (eReadModeTariffProfile(0, &mode, &buffers) != 1)
         throw MeterError("eReadModeTariffProfile: no answer");
-    return Json{{"count", count}, {"profile_mode", mode}, {"profile_buffers", buffers}};
+    result["profile_mode"] = mode;
+    result["profile_buffers"] = buffers;
+    return result;
 }
 
 Json Plc1(Session& s, const std::string& aRequest)
@@ -484,14 +549,41 @@ Json Plc1(Session& s, const std::string& aRequest)
     }
     return Json{{"request", aRequest}, {"answer", hex}};
 }
+
+// The read items in report order: the name `read` takes, the key of its part of the result, the reader.
+struct ReadItem
+{
+    const char* name;
+    const char* key;
+    Json (*read)(Session&, const CommandOptions&);
+};
+const ReadItem kReadItems[] = {
+    {"energy", "energy", [](Session& s, const CommandOptions&) { return Energy(s); }},
+    {"months", "month_energy", [](Session& s, const CommandOptions& o) { return Months(s, o.months); }},
+    {"network", "network", [](Session& s, const CommandOptions&) { return Network(s); }},
+    {"maxima", "maxima", [](Session& s, const CommandOptions&) { return Maxima(s); }},
+    {"running", "running_time", [](Session& s, const CommandOptions&) { return Running(s); }},
+    {"battery", "battery", [](Session& s, const CommandOptions&) { return Battery(s); }},
+    {"events", "last_events", [](Session& s, const CommandOptions&) { return Events(s); }},
+    {"display", "display", [](Session& s, const CommandOptions&) { return Display(s); }},
+    {"limits", "limits", [](Session& s, const CommandOptions&) { return Limits(s); }},
+    {"relay", "relay", [](Session& s, const CommandOptions&) { return Relay(s); }},
+    {"settings", "settings", [](Session& s, const CommandOptions&) { return Settings(s); }},
+    {"tariffs", "tariffs", [](Session& s, const CommandOptions&) { return TariffSettings(s); }},
+    {"plc1", "plc1", [](Session& s, const CommandOptions& o) { return Plc1(s, o.plc1Request); }},
+};
 } // namespace
 
 const std::vector<std::string>& ReadItems()
 {
-    static const std::vector<std::string> items = {"energy",   "months",  "network", "maxima", "running",
-                                                   "battery",  "events",  "display", "limits", "relay",
-                                                   "settings", "tariffs", "plc1"};
-    return items;
+    static const std::vector<std::string> names = []
+    {
+        std::vector<std::string> all;
+        for (const ReadItem& item : kReadItems)
+            all.push_back(item.name);
+        return all;
+    }();
+    return names;
 }
 
 std::vector<uint8_t> ParseHex(const std::string& aText)
@@ -540,51 +632,36 @@ Json Info(Session& aSession)
 
 Json Read(Session& aSession, const std::vector<std::string>& aItems, const CommandOptions& aOptions)
 {
-    const std::vector<std::string>& items = aItems.empty() ? ReadItems() : aItems;
     Json result;
-    for (const std::string& item : items)
+    for (const std::string& name : aItems.empty() ? ReadItems() : aItems)
     {
-        if (item == "energy")
-            result["energy"] = Energy(aSession);
-        else if (item == "months")
-            result["month_energy"] = Months(aSession, aOptions.months);
-        else if (item == "network")
-            result["network"] = Network(aSession);
-        else if (item == "maxima")
-            result["maxima"] = Maxima(aSession);
-        else if (item == "running")
-            result["running_time"] = Running(aSession);
-        else if (item == "battery")
-            result["battery"] = Battery(aSession);
-        else if (item == "events")
-            result["last_events"] = Events(aSession);
-        else if (item == "display")
-            result["display"] = Display(aSession);
-        else if (item == "limits")
-            result["limits"] = Limits(aSession);
-        else if (item == "relay")
-            result["relay"] = Relay(aSession);
-        else if (item == "settings")
-            result["settings"] = Settings(aSession);
-        else if (item == "tariffs")
-            result["tariffs"] = TariffSettings(aSession);
-        else if (item == "plc1")
-            result["plc1"] = Plc1(aSession, aOptions.plc1Request);
-        else
-            throw UsageError("read: unknown item \"" + item + "\"");
+        const ReadItem* item = std::find_if(std::begin(kReadItems), std::end(kReadItems),
+                                            [&](const ReadItem& aItem) { return name == aItem.name; });
+        if (item == std::end(kReadItems))
+            throw UsageError("read: unknown item \"" + name + "\"");
+        result[item->key] = item->read(aSession, aOptions);
     }
     return result;
 }
 
 const std::vector<std::string>& SetNames()
 {
-    static const std::vector<std::string> names = {
-        "clock",         "display",       "display-extra", "display-times",
-        "correction",    "season",        "power-limit",   "power-limit-mode",
-        "energy-limit",  "tariff-limits", "relay",         "output",
-        "speed",         "address",       "group-address", "multiplier",
-        "battery-reset", "maxima-reset",  "tariffs",       "tariff-profile-mode",
-        "fast-schedule"};
+    static const std::vector<std::string> names = []
+    {
+        // The settings written out in Set, then those of the settings table.
+        std::vector<std::string> all = {"clock",         "display",
+                                        "display-extra", "display-times",
+                                        "power-limit",   "power-limit-mode",
+                                        "energy-limit",  "tariff-limits",
+                                        "relay",         "address",
+                                        "group-address", "battery-reset",
+                                        "maxima-reset",  "tariff-profile-mode",
+                                        "fast-schedule"};
+        for (const SettingRow& row : kSettings)
+            if (row.write != nullptr && *row.name != '\0')
+                all.push_back(row.name);
+        return all;
+    }();
     return names;
 }
 
@@ -595,8 +672,8 @@ Json Set(Session& s, const std::string& aName, const std::vector<std::string>& a
         if (aValues.size() != aCount)
             throw UsageError("set " + aName + " wants " + pUsage);
     };
-    auto value = [&](size_t aIndex, uint32_t aMax = 0xFFFFFFFFu)
-    { return ParseUnsigned(aValues[aIndex], "set " + aName, aMax); };
+    auto value = [&](size_t aIndex, uint32_t aMax = 0xFFFFFFFFu, uint32_t aMin = 0)
+    { return ParseUnsigned(aValues[aIndex], "set " + aName, aMax, aMin); };
     auto digits = [&](const std::string& aText, size_t aCount)
     {
         if (aText.size() != aCount || aText.find_first_not_of("01") != std::string::npos)
@@ -604,7 +681,12 @@ Json Set(Session& s, const std::string& aName, const std::vector<std::string>& a
                              " digits 0 or 1");
     };
 
-    if (aName == "clock")
+    if (const SettingRow* row = FindSetting(aName))
+    {
+        want(1, row->usage);
+        s.Check(row->write(0, value(0, row->high, row->low), s.Err()), row->writeName);
+    }
+    else if (aName == "clock")
     {
         want(0, "no values");
         s.Check(eSynchronizaionTime(0, s.Err()), "eSynchronizaionTime");
@@ -632,16 +714,6 @@ Json Set(Session& s, const std::string& aName, const std::vector<std::string>& a
         want(4, "T1 T2 T3 T4");
         s.Check(eWriteIndicationTime(0, value(0, 255), value(1, 255), value(2, 255), value(3, 255), s.Err()),
                 "eWriteIndicationTime");
-    }
-    else if (aName == "correction")
-    {
-        want(1, "VALUE");
-        s.Check(eWriteCorrectionTime(0, value(0, 255), s.Err()), "eWriteCorrectionTime");
-    }
-    else if (aName == "season")
-    {
-        want(1, "0|1");
-        s.Check(eWriteSeasonFlag(0, value(0, 255), s.Err()), "eWriteSeasonFlag");
     }
     else if (aName == "power-limit")
     {
@@ -674,25 +746,10 @@ Json Set(Session& s, const std::string& aName, const std::vector<std::string>& a
         want(1, "MODE (1, 2 or 16)");
         s.Check(eWriteReleMode(0, static_cast<int32_t>(value(0, 0x7FFFFFFF)), s.Err()), "eWriteReleMode");
     }
-    else if (aName == "output")
-    {
-        want(1, "MODE");
-        s.Check(eWriteOutputFunction(0, value(0, 255), s.Err()), "eWriteOutputFunction");
-    }
-    else if (aName == "speed")
-    {
-        want(1, "BAUD-CODE");
-        s.Check(eWriteSpeed(0, value(0, 255), s.Err()), "eWriteSpeed");
-    }
     else if (aName == "address" || aName == "group-address")
     {
         want(1, "ADDRESS");
         s.Check(eWriteAddress(0, aName == "group-address" ? 1 : 0, value(0), s.Err()), "eWriteAddress");
-    }
-    else if (aName == "multiplier")
-    {
-        want(1, "VALUE");
-        s.Check(eWriteMultMode(0, value(0, 255), s.Err()), "eWriteMultMode");
     }
     else if (aName == "battery-reset")
     {
@@ -710,11 +767,6 @@ Json Set(Session& s, const std::string& aName, const std::vector<std::string>& a
         if (kind == 3)
             kind = value(0, 2);
         s.Check(eResertMaxParam(0, 0, kind, s.Err()), "eResertMaxParam");
-    }
-    else if (aName == "tariffs")
-    {
-        want(1, "COUNT (1..4)");
-        s.Check(eWriteRateQuantity(0, value(0, 255), s.Err()), "eWriteRateQuantity");
     }
     else if (aName == "tariff-profile-mode")
     {
