@@ -45,7 +45,7 @@ constexpr uint8_t kLimitOn = 0x5A;
 constexpr uint8_t kLimitOff = 0x55;
 } // namespace
 
-// The plain settings exports of kel_zentor1phase_settings.def: a read hands the client's byte to the
+// The plain settings exports of kel_zentor1phase_commands.def: a read hands the client's byte to the
 // host's cell, a write hands the host's value to the client as its low byte.
 #define Q310_SETTING_CAT_(a, b) a##b
 #define Q310_SETTING_CAT(a, b) Q310_SETTING_CAT_(a, b)
@@ -84,8 +84,7 @@ constexpr uint8_t kLimitOff = 0x55;
     Q310_SETTING_CAT(Q310_SETTING_READ_, aExportReadKind)                                                    \
     (aExportRead, aCell, aReadText, aRead)                                                                   \
         Q310_SETTING_CAT(Q310_SETTING_WRITE_, aExportWriteKind)(aExportWrite, aValue, aWriteText, aWrite)
-#include "protocols/orlenta/1phase/kel_zentor1phase_settings.def"
-#undef KEL_ZENTOR1PHASE_SETTING
+#include "protocols/orlenta/1phase/kel_zentor1phase_commands.def"
 
 int32_t eReadParamDisplay(uint32_t adr, char* rateParams, uint32_t* powerParams, uint32_t* timeParams,
                           uint32_t* dateParams, char* outErr)

@@ -477,9 +477,8 @@ uint32_t ReadCell(Session& s, int32_t (*aExport)(uint32_t, Cell*, char*), const 
                Q310_CLI_CAT(Q310_CLI_READ_, aExportReadKind)(aExportRead),                                   \
                Q310_CLI_CAT(Q310_CLI_WRITE_, aExportWriteKind)(aExportWrite)},
 const SettingRow kSettings[] = {
-#include "protocols/orlenta/1phase/kel_zentor1phase_settings.def"
+#include "protocols/orlenta/1phase/kel_zentor1phase_commands.def"
 };
-#undef KEL_ZENTOR1PHASE_SETTING
 
 // The settings a read item shows, in table order.
 void ReadSettings(Session& s, const char* pItem, Json& aResult)

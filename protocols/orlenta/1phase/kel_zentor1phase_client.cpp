@@ -110,8 +110,9 @@ template <typename Rejects> constexpr bool RefusesOutside(Rejects aRejects, uint
 }
 } // namespace
 
-// The one-byte settings: one read and one write for each row of kel_zentor1phase_settings.def whose
-// kind is BYTE. A read hands back answer byte 1 as it is; a write sends its one argument byte.
+// The regular commands of kel_zentor1phase_commands.def: for a one-byte setting one read and one write
+// where its kind is BYTE, for a time record its read. A read hands back answer byte 1 as it is; a write sends
+// its one argument byte.
 #define KEL_SETTING_CAT_(a, b) a##b
 #define KEL_SETTING_CAT(a, b) KEL_SETTING_CAT_(a, b)
 #define KEL_SETTING_READ_OWN(...)
@@ -148,8 +149,16 @@ template <typename Rejects> constexpr bool RefusesOutside(Rejects aRejects, uint
     (aRead, aResult, aReadCommand, aLength, aMismatch, aReadTrace)                                           \
         KEL_SETTING_CAT(KEL_SETTING_WRITE_, aWriteKind)(aWrite, aArgument, aWriteCommand, aRejection,        \
                                                         aWriteTrace, aLow, aHigh)
-#include "protocols/orlenta/1phase/kel_zentor1phase_settings.def"
-#undef KEL_ZENTOR1PHASE_SETTING
+#define KEL_ZENTOR1PHASE_TIME7(aFunction, aCommand)                                                          \
+    Kel_StatusCode aFunction(Kel_Zentor1Phase_ClientContext* pContext,                                       \
+                             Kel_Zentor1Phase_MeterTime7* pDateTime)                                         \
+    {                                                                                                        \
+        KEL_ENTER(Kel_Module_ZentorProtocolClient);                                                          \
+        KEL_REJECT_NULL(pContext);                                                                           \
+        KEL_REJECT_NULL(pDateTime);                                                                          \
+        return ReadTime7(kelScope, pContext, (aCommand), pDateTime);                                         \
+    }
+#include "protocols/orlenta/1phase/kel_zentor1phase_commands.def"
 
 Kel_StatusCode Kel_Zentor1Phase_Client_CreateContext(Kel_Zentor1Phase_ClientContext* pContext,
                                                      Kel_SerialChannel_Context* pSerialChannel,
@@ -248,15 +257,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_WriteGroupAddress(Kel_Zentor1Phase_Client
     KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Write(&pContext->ApplicationContext, 0x01, bytes, 4));
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteGroupAddress success (%d)\n", static_cast<int>(aGroupAddress));
     KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadDateTime(Kel_Zentor1Phase_ClientContext* pContext,
-                                                    Kel_Zentor1Phase_MeterTime7* pDateTime)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pDateTime);
-    return ReadTime7(kelScope, pContext, 0x21, pDateTime);
 }
 
 Kel_StatusCode Kel_Zentor1Phase_Client_ReadTime(Kel_Zentor1Phase_ClientContext* pContext, DateTime* pDateTime)
@@ -534,51 +534,6 @@ Kel_StatusCode Kel_Zentor1Phase_Client_WriteAdditionalDisplayMode(Kel_Zentor1Pha
     KEL_CLIENT_RUN(Kel_Zentor1Phase_Application_Write(&pContext->ApplicationContext, 0x70, displ, 2));
     KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "WriteDisplayMode success (%02X %02X)\n", displ[0], displ[1]);
     KEL_EXIT(status);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastMeterOffTime(Kel_Zentor1Phase_ClientContext* pContext,
-                                                            Kel_Zentor1Phase_MeterTime7* pDateTime)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pDateTime);
-    return ReadTime7(kelScope, pContext, 0x2B, pDateTime);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastMeterOnTime(Kel_Zentor1Phase_ClientContext* pContext,
-                                                           Kel_Zentor1Phase_MeterTime7* pDateTime)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pDateTime);
-    return ReadTime7(kelScope, pContext, 0x2C, pDateTime);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastCoverOpenTime(Kel_Zentor1Phase_ClientContext* pContext,
-                                                             Kel_Zentor1Phase_MeterTime7* pDateTime)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pDateTime);
-    return ReadTime7(kelScope, pContext, 0x61, pDateTime);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastCoverCloseTime(Kel_Zentor1Phase_ClientContext* pContext,
-                                                              Kel_Zentor1Phase_MeterTime7* pDateTime)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pDateTime);
-    return ReadTime7(kelScope, pContext, 0x62, pDateTime);
-}
-
-Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastWriteAccessTime(Kel_Zentor1Phase_ClientContext* pContext,
-                                                               Kel_Zentor1Phase_MeterTime7* pDateTime)
-{
-    KEL_ENTER(Kel_Module_ZentorProtocolClient);
-    KEL_REJECT_NULL(pContext);
-    KEL_REJECT_NULL(pDateTime);
-    return ReadTime7(kelScope, pContext, 0x6B, pDateTime);
 }
 
 Kel_StatusCode Kel_Zentor1Phase_Client_ReadLastConfigTime(Kel_Zentor1Phase_ClientContext* pContext,
