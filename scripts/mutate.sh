@@ -28,7 +28,7 @@ length_check	protocols/orlenta/1phase/kel_zentor1phase_transport.cpp	if (receive
 bcd_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pByte = static_cast<uint8_t>(((aValue / 10) << 4) | (aValue % 10));	*pByte = static_cast<uint8_t>(((aValue % 10) << 4) | (aValue / 10));
 retry_count	protocols/orlenta/1phase/kel_zentor1phase_client.cpp	for (uint32_t attempt = 0; attempt < 3; ++attempt)	for (uint32_t attempt = 0; attempt < 2; ++attempt)
 byte_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 0)] << 8) | pBuffer[At(aOffset, 1)]);	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 1)] << 8) | pBuffer[At(aOffset, 0)]);
-cp1251_byte	Q310/q310_exports_session.cpp	Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.")	Q310_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибкa.")
+cp1251_byte	Q310/q310_exports_session.cpp	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.")	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибкa.")
 trace_text	shared/src/shared/kel_serialchannel.cpp	"Kel_SerialChannel_Read, Size=%d, Timeout=%d"	"Kel_SerialChannel_Read, Size=%d Timeout=%d"
 echo_length	Q310/q310_channels.cpp	? *pTransportOutFrameIndex : 0;	? *pTransportOutFrameIndex - 1 : 0;
 crc24_init	Q310/q310_channels.cpp	constexpr uint32_t CRC24_INIT = 0xB704CEu;	constexpr uint32_t CRC24_INIT = 0xB704CFu;
@@ -41,6 +41,8 @@ hangup_read	shared/src/shared/platform/posix/kel_p_serial.cpp	        KEL_GOTO_C
 connect_timeout	shared/src/shared/platform/posix/kel_p_tcp.cpp	int nonBlocking = aTimeout != 0 ? 1 : 0;	int nonBlocking = 0;
 raw_wrapped	Q310/q310_exports_journals.cpp	if (Kel_IsBad(status) && received > 0)	if (Kel_IsBad(status) && received > 999)
 semaphore_end	shared/src/shared/platform/posix/kel_p_semaphore.cpp	if (entry.users > 0)	if (entry.users > 999)
+row_length	protocols/orlenta/1phase/kel_zentor1phase_commands.def	Kel_Zentor1Phase_Client_ReadTimeoutMultiplier, pValue, 0x82, 2,	Kel_Zentor1Phase_Client_ReadTimeoutMultiplier, pValue, 0x82, 3,
+row_range	protocols/orlenta/1phase/kel_zentor1phase_commands.def	    0, 31,	    0, 63,
 purge_output	shared/src/shared/platform/posix/kel_p_serial.cpp	tcflush(fd, TCIFLUSH)	tcflush(fd, TCIOFLUSH)
 EOF
 }
