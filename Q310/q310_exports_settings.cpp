@@ -25,8 +25,6 @@ constexpr auto kReadPowerLimit = Kel_Cp1251("Запрос на чтение ли
 constexpr auto kWritePowerLimit = Kel_Cp1251("Запрос на запись лимита мощности: Нет ответа.");
 constexpr auto kReadPowerLimitMode = Kel_Cp1251("Запрос на чтение режима лимита мощности: Нет ответа.");
 constexpr auto kWritePowerLimitMode = Kel_Cp1251("Запрос на запись режима лимита мощности: Нет ответа.");
-constexpr auto kReadEnergyLimit = Kel_Cp1251("Запрос на чтение лимита энергии за месяц: Нет ответа.");
-constexpr auto kWriteEnergyLimit = Kel_Cp1251("Запрос на запись лимита энергии за месяц: Нет ответа.");
 constexpr auto kReadEnergyRateLimit = Kel_Cp1251("Запрос на чтение лимита энергии: Нет ответа.");
 constexpr auto kWriteEnergyRateLimit = Kel_Cp1251("Запрос на запись лимита энергии: Нет ответа.");
 constexpr auto kReadReleMode = Kel_Cp1251("Запрос на чтение режима работы реле нагрузки: Нет ответа.");
@@ -45,8 +43,17 @@ constexpr uint8_t kLimitOn = 0x5A;
 constexpr uint8_t kLimitOff = 0x55;
 } // namespace
 
-// The plain settings exports of kel_zentor1phase_commands.def: a read hands the client's byte to the
-// host's cell, a write hands the host's value to the client as its low byte.
+// The plain settings exports of kel_zentor1phase_commands.def: a read hands the client's value to the
+// host's cell, a write hands the host's value to the client in the client's type (its low bits).
+template <typename Function> struct Q310_ClientValue;
+template <typename Context, typename Value> struct Q310_ClientValue<Kel_StatusCode (*)(Context*, Value*)>
+{
+    using type = Value;
+};
+template <typename Context, typename Value> struct Q310_ClientValue<Kel_StatusCode (*)(Context*, Value)>
+{
+    using type = Value;
+};
 #define Q310_SETTING_CAT_(a, b) a##b
 #define Q310_SETTING_CAT(a, b) Q310_SETTING_CAT_(a, b)
 #define Q310_SETTING_READ_OWN(...)
@@ -62,7 +69,7 @@ constexpr uint8_t kLimitOff = 0x55;
         (void)adr;                                                                                           \
         Q310_REJECT_NULL(aCell);                                                                             \
         Q310_REJECT_NULL(outErr);                                                                            \
-        uint8_t value = 0;                                                                                   \
+        typename Q310_ClientValue<decltype(&aClientRead)>::type value{};                                     \
         Q310_REQUEST(aClientRead(&clientContext, &value), kText);                                            \
         *aCell = value;                                                                                      \
         return Q310_RESULT_OK;                                                                               \
@@ -74,7 +81,10 @@ constexpr uint8_t kLimitOff = 0x55;
         Q310_EXPORT_ENTER(aExport);                                                                          \
         (void)adr;                                                                                           \
         Q310_REJECT_NULL(outErr);                                                                            \
-        Q310_REQUEST(aClientWrite(&clientContext, static_cast<uint8_t>(aValue)), kText);                     \
+        Q310_REQUEST(                                                                                        \
+            aClientWrite(&clientContext,                                                                     \
+                         static_cast<typename Q310_ClientValue<decltype(&aClientWrite)>::type>(aValue)),     \
+            kText);                                                                                          \
         return Q310_RESULT_OK;                                                                               \
     }
 #define KEL_ZENTOR1PHASE_SETTING(aReadKind, aRead, aResult, aReadCommand, aLength, aMismatch, aReadTrace,    \
@@ -269,28 +279,6 @@ int32_t eWritePowerLimitMode(uint32_t adr, uint32_t compareByte1, uint32_t cycle
     const uint8_t mode[4] = {static_cast<uint8_t>(compareByte1), static_cast<uint8_t>(cycleTime1),
                              static_cast<uint8_t>(cycleFlag1), static_cast<uint8_t>(resFlag1)};
     Q310_REQUEST(Kel_Zentor1Phase_Client_WritePowerLimitMode(&clientContext, mode), kWritePowerLimitMode);
-    return Q310_RESULT_OK;
-}
-
-int32_t eReadEnergyLimit(uint32_t adr, uint32_t* EnergyLimit, char* outErr)
-{
-    Q310_EXPORT_ENTER(eReadEnergyLimit);
-    (void)adr;
-    Q310_REJECT_NULL(EnergyLimit);
-    Q310_REJECT_NULL(outErr);
-    uint16_t value = 0;
-    Q310_REQUEST(Kel_Zentor1Phase_Client_ReadEnergyLimit(&clientContext, &value), kReadEnergyLimit);
-    *EnergyLimit = value;
-    return Q310_RESULT_OK;
-}
-
-int32_t eWriteEnergyLimit(uint32_t adr, uint32_t EnergyLimit, char* outErr)
-{
-    Q310_EXPORT_ENTER(eWriteEnergyLimit);
-    (void)adr;
-    Q310_REJECT_NULL(outErr);
-    Q310_REQUEST(Kel_Zentor1Phase_Client_WriteEnergyLimit(&clientContext, static_cast<uint16_t>(EnergyLimit)),
-                 kWriteEnergyLimit);
     return Q310_RESULT_OK;
 }
 

@@ -648,13 +648,19 @@ const std::vector<std::string>& SetNames()
     static const std::vector<std::string> names = []
     {
         // The settings written out in Set, then those of the settings table.
-        std::vector<std::string> all = {"clock",         "display",
-                                        "display-extra", "display-times",
-                                        "power-limit",   "power-limit-mode",
-                                        "energy-limit",  "tariff-limits",
-                                        "relay",         "address",
-                                        "group-address", "battery-reset",
-                                        "maxima-reset",  "tariff-profile-mode",
+        std::vector<std::string> all = {"clock",
+                                        "display",
+                                        "display-extra",
+                                        "display-times",
+                                        "power-limit",
+                                        "power-limit-mode",
+                                        "tariff-limits",
+                                        "relay",
+                                        "address",
+                                        "group-address",
+                                        "battery-reset",
+                                        "maxima-reset",
+                                        "tariff-profile-mode",
                                         "fast-schedule"};
         for (const SettingRow& row : kSettings)
             if (row.write != nullptr && *row.name != '\0')
@@ -724,11 +730,6 @@ Json Set(Session& s, const std::string& aName, const std::vector<std::string>& a
         want(4, "COMPARE CYCLE-TIME CYCLE-FLAG RESET-FLAG");
         s.Check(eWritePowerLimitMode(0, value(0, 255), value(1, 255), value(2, 255), value(3, 255), s.Err()),
                 "eWritePowerLimitMode");
-    }
-    else if (aName == "energy-limit")
-    {
-        want(1, "LIMIT");
-        s.Check(eWriteEnergyLimit(0, value(0, 0xFFFF), s.Err()), "eWriteEnergyLimit");
     }
     else if (aName == "tariff-limits")
     {
