@@ -13,7 +13,8 @@
 //       ...
 //       return Q310_RESULT_OK;
 //
-// A failure that is not one request's status ends with Q310_FailWith, Q310_FailExpr or Q310_FailCode.
+// A failure that is not one request's status ends with Q310_FailWith, Q310_FailExpr or Q310_FailCode. A
+// client command traced as part of the export takes kelScope and is ended with Q310_REQUEST_TRACED.
 //   }
 //
 // Texts stay UTF-8 in the sources and are converted once, at compile time:
@@ -83,6 +84,17 @@ constexpr int32_t Q310_RESULT_FAILED = 0;
         const Kel_StatusCode q310Status_ = (aStep);                                                          \
         if (Kel_IsBad(q310Status_))                                                                          \
             return Q310_FailWith(kelScope, __LINE__, q310Status_, outErr, (aText));                          \
+    } while (0)
+// One request through a client command traced as part of the export (it takes kelScope and has written
+// its failure lines): a failing status ends the export with the message and result 0.
+#define Q310_REQUEST_TRACED(aStep, aText)                                                                    \
+    do                                                                                                       \
+    {                                                                                                        \
+        if (Kel_IsBad((aStep)))                                                                              \
+        {                                                                                                    \
+            Q310_WriteText(outErr, (aText));                                                                 \
+            return Q310_RESULT_FAILED;                                                                       \
+        }                                                                                                    \
     } while (0)
 // A raw answer of the wrong length: "--- GotoError: Kel_BadDeviceUnknownResponse. Statuscode 0x%08X\n",
 // the message, result 0.

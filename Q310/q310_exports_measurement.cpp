@@ -3,7 +3,6 @@
 #define KEL_TRACE_FILE "Q310"
 #include "Q310/q310_export_support.h"
 #include "Q310/q310_session.h"
-#include "protocols/orlenta/1phase/kel_zentor1phase_utils.h"
 
 #include <cstdio>
 #include <cstring>
@@ -55,19 +54,6 @@ constexpr Kel_Cp1251Text<32> kWeekdays[8] = {
     Slot(Kel_Cp1251("Суббота")), Slot(Kel_Cp1251("Воскресенье")),
 };
 static_assert(kWeekdays[7].length + 1 == kWeekdaySlot);
-
-Kel_Zentor1Phase_ApplicationContext* App()
-{
-    return &clientContext.ApplicationContext;
-}
-const uint8_t* Answer()
-{
-    return clientContext.ApplicationContext.inBuffer;
-}
-uint32_t AnswerLength()
-{
-    return clientContext.ApplicationContext.inBufferIndex;
-}
 
 // The two entries of a maximum record: "hh:mm:ss dd.mm.yy" and " %3d.%d" of quotient and remainder.
 // The remainder is not zero-padded (1205 hundredths print "  12.5"): hosts depend on that form.
@@ -129,10 +115,9 @@ extern "C" int32_t Q310_CALL eReadSerialNumber(uint32_t adr, char* serialNumber,
                                               gl_dcb.BaudRate, 0, gl_dcb.ByteSize, 1, 0);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kSerialText);
-    clientContext.ApplicationContext.transport.readTimeout = 100;
+    Kel_Zentor1Phase_Client_SetReadTimeout(&clientContext, 100);
     // The echoing RS-485 line compares what comes back with the transport's last frame.
-    pTransportOutFrame = clientContext.ApplicationContext.transport.outFrame;
-    pTransportOutFrameIndex = &clientContext.ApplicationContext.transport.outFrameIndex;
+    Kel_Zentor1Phase_Client_LastFrame(&clientContext, &pTransportOutFrame, &pTransportOutFrameIndex);
     char serial[10] = {};
     status = Kel_Zentor1Phase_Client_ReadSerial(&clientContext, serial, sizeof(serial));
     if (Kel_IsBad(status))
@@ -181,26 +166,15 @@ extern "C" int32_t Q310_CALL eReadCurrentPower_Q316(uint32_t adr, char* mPower, 
     Q310_EXPORT_ENTER(eReadCurrentPower_Q316);
     Q310_REJECT_NULL(mPower);
     Q310_REJECT_NULL(outErr);
-    const uint8_t parameter = 0x00;
-    const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(App(), 0x86, &parameter, 1);
-    if (Kel_IsBad(status))
-        return Q310_FailWith(kelScope, __LINE__, status, outErr, kPowerQ316Text);
+    uint32_t power = 0;
+    bool handBack = false;
+    const Kel_StatusCode status =
+        Kel_Zentor1Phase_Client_ReadReactivePower(kelScope, &clientContext, &power, &handBack);
     // A wrong answer is handed back as a status, without a message.
-    if (AnswerLength() != 5)
-        return Kel_Trace_RejectIf(kelScope, __LINE__,
-                                  "(&clientContext)->ApplicationContext.inBufferIndex != 5",
-                                  Kel_BadDeviceUnknownResponse);
-    if (Answer()[1] != 0)
-        return Kel_Trace_RejectIf(kelScope, __LINE__, "(&clientContext)->ApplicationContext.inBuffer[1] != 0",
-                                  Kel_BadDeviceUnknownResponse);
-    uint8_t digits[3] = {};
-    for (int i = 0; i < 3; ++i)
-    {
-        const Kel_StatusCode converted = Kel_Zentor1Phase_Utils_BCD2Byte(Answer()[2 + i], &digits[i]);
-        if (Kel_IsBad(converted))
-            return Kel_Trace_RejectCode(kelScope, __LINE__, converted);
-    }
-    sprintf(mPower, "%d", digits[0] * 10000 + digits[1] * 100 + digits[2]);
+    if (handBack)
+        return static_cast<int32_t>(status);
+    Q310_REQUEST_TRACED(status, kPowerQ316Text);
+    sprintf(mPower, "%d", static_cast<int32_t>(power));
     return 1;
 }
 
@@ -210,20 +184,8 @@ extern "C" int32_t Q310_CALL eReadCOS_Q316(uint32_t adr, char* mCOS, char* outEr
     Q310_EXPORT_ENTER(eReadCOS_Q316);
     Q310_REJECT_NULL(mCOS);
     Q310_REJECT_NULL(outErr);
-    const uint8_t parameter = 0x02;
-    const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(App(), 0x86, &parameter, 1);
-    if (Kel_IsBad(status))
-        return Q310_FailWith(kelScope, __LINE__, status, outErr, kCosText);
-    if (AnswerLength() != 7)
-        return Q310_FailCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse,
-                             outErr, kCosText);
     uint8_t digits[5] = {};
-    for (int i = 0; i < 5; ++i)
-    {
-        const Kel_StatusCode converted = Kel_Zentor1Phase_Utils_BCD2Byte(Answer()[2 + i], &digits[i]);
-        if (Kel_IsBad(converted))
-            return Q310_FailWith(kelScope, __LINE__, converted, outErr, kCosText);
-    }
+    Q310_REQUEST_TRACED(Kel_Zentor1Phase_Client_ReadPowerFactor(kelScope, &clientContext, digits), kCosText);
     sprintf(mCOS, "%02d%02d%02d%02d%02d", digits[0], digits[1], digits[2], digits[3], digits[4]);
     return 1;
 }
@@ -392,20 +354,14 @@ extern "C" int32_t Q310_CALL eReadOutputDate(uint32_t adr, char* outputDate, cha
     Q310_EXPORT_ENTER(eReadOutputDate);
     Q310_REJECT_NULL(outputDate);
     Q310_REJECT_NULL(outErr);
-    const Kel_StatusCode status = Kel_Zentor1Phase_Application_Read(App(), 0x66);
-    if (Kel_IsBad(status))
-        return Q310_FailWith(kelScope, __LINE__, status, outErr, kOutputDateText);
-    if (AnswerLength() != 4)
-        return Q310_FailCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse,
-                             outErr, kOutputDateText);
     uint8_t date[3] = {};
-    for (int i = 0; i < 3; ++i)
-    {
-        // A failed conversion is handed back as its status, without a message.
-        const Kel_StatusCode converted = Kel_Zentor1Phase_Utils_BCD2Byte(Answer()[1 + i], &date[i]);
-        if (Kel_IsBad(converted))
-            return Kel_Trace_RejectCode(kelScope, __LINE__, converted);
-    }
+    bool handBack = false;
+    const Kel_StatusCode status =
+        Kel_Zentor1Phase_Client_ReadProdDateFields(kelScope, &clientContext, date, &handBack);
+    // A failed conversion is handed back as its status, without a message.
+    if (handBack)
+        return static_cast<int32_t>(status);
+    Q310_REQUEST_TRACED(status, kOutputDateText);
     sprintf(outputDate, "%02d.%02d.%02d", date[0], date[1], date[2]);
     return 1;
 }
@@ -449,15 +405,11 @@ extern "C" int32_t Q310_CALL eReadTypeState(uint32_t adr, uint32_t* typeMode1, u
     Q310_REJECT_NULL(typeMode1);
     Q310_REJECT_NULL(typeMode2);
     Q310_REJECT_NULL(outErr);
-    const uint8_t parameter = 0xFF;
-    const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(App(), 0x86, &parameter, 1);
-    if (Kel_IsBad(status))
-        return Q310_FailWith(kelScope, __LINE__, status, outErr, kTypeStateText);
-    if (AnswerLength() != 18)
-        return Q310_FailCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse,
-                             outErr, kTypeStateText);
-    *typeMode1 = Answer()[2];
-    *typeMode2 = Answer()[3];
+    uint8_t type = 0, variant = 0;
+    Q310_REQUEST_TRACED(Kel_Zentor1Phase_Client_ReadMeterType(kelScope, &clientContext, &type, &variant),
+                        kTypeStateText);
+    *typeMode1 = type;
+    *typeMode2 = variant;
     return 1;
 }
 
@@ -469,15 +421,16 @@ extern "C" int32_t Q310_CALL eReadVariantExecution(uint32_t adr, uint32_t* power
     Q310_REJECT_NULL(powerFlag);
     Q310_REJECT_NULL(relayFlag);
     Q310_REJECT_NULL(outErr);
-    const Kel_StatusCode status = Kel_Zentor1Phase_Application_Read(App(), 0x65);
-    if (Kel_IsBad(status))
-        return Q310_FailWith(kelScope, __LINE__, status, outErr, kVariantText);
-    if (AnswerLength() != 3)
-        return Kel_Trace_RejectIf(kelScope, __LINE__,
-                                  "(&clientContext)->ApplicationContext.inBufferIndex != 3",
-                                  Kel_BadDeviceUnknownResponse);
-    *relayFlag = Answer()[1] != 0 ? 1 : 0;
-    *powerFlag = Answer()[2] != 0 ? 1 : 0;
+    uint8_t relay = 0, power = 0;
+    bool handBack = false;
+    const Kel_StatusCode status =
+        Kel_Zentor1Phase_Client_ReadDesignOptions(kelScope, &clientContext, &relay, &power, &handBack);
+    // An answer of the wrong length is handed back as a status, without a message.
+    if (handBack)
+        return static_cast<int32_t>(status);
+    Q310_REQUEST_TRACED(status, kVariantText);
+    *relayFlag = relay;
+    *powerFlag = power;
     return 1;
 }
 
@@ -498,22 +451,16 @@ extern "C" int32_t Q310_CALL eReadPLC1Config(uint32_t adr, uint32_t b1, uint32_t
     Q310_REJECT_NULL(cdd7);
     Q310_REJECT_NULL(cdd8);
     Q310_REJECT_NULL(outErr);
-    const uint8_t parameters[8] = {static_cast<uint8_t>(b1), static_cast<uint8_t>(b2),
-                                   static_cast<uint8_t>(b3), static_cast<uint8_t>(b4),
-                                   static_cast<uint8_t>(b5), static_cast<uint8_t>(b6),
-                                   static_cast<uint8_t>(b7), static_cast<uint8_t>(b8)};
-    const Kel_StatusCode status =
-        Kel_Zentor1Phase_Application_ReadA(App(), 0x79, parameters, sizeof(parameters));
-    if (Kel_IsBad(status))
-        return Q310_FailWith(kelScope, __LINE__, status, outErr, kPlcText);
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "inBufferIndex= %d\n", AnswerLength());
-    // Answers of 9 and of 11 bytes are both accepted.
-    if ((AnswerLength() & ~2u) != 9)
-        return Q310_FailCode(kelScope, __LINE__, "Kel_BadDeviceErrorResponse", Kel_BadDeviceErrorResponse,
-                             outErr, kPlcText);
+    // Each request byte is the low byte of its argument.
+    const uint8_t request[8] = {static_cast<uint8_t>(b1), static_cast<uint8_t>(b2), static_cast<uint8_t>(b3),
+                                static_cast<uint8_t>(b4), static_cast<uint8_t>(b5), static_cast<uint8_t>(b6),
+                                static_cast<uint8_t>(b7), static_cast<uint8_t>(b8)};
+    uint8_t config[8] = {};
+    Q310_REQUEST_TRACED(Kel_Zentor1Phase_Client_ReadPlc1Config(kelScope, &clientContext, request, config),
+                        kPlcText);
     uint32_t* outputs[8] = {cdd1, cdd2, cdd3, cdd4, cdd5, cdd6, cdd7, cdd8};
     for (int i = 0; i < 8; ++i)
-        *outputs[i] = Answer()[1 + i];
+        *outputs[i] = config[i];
     return 1;
 }
 

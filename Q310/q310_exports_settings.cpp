@@ -356,13 +356,9 @@ int32_t eReadReleMode_2a(uint32_t adr, uint32_t* releMode, char* outErr)
     (void)adr;
     Q310_REJECT_NULL(releMode);
     Q310_REJECT_NULL(outErr);
-    const uint8_t parameter = 0x01;
-    Q310_REQUEST(Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
-                                                    KEL_ZENTOR1PHASE_RCMD_PARAMETER, &parameter, 1),
-                 kReadReleMode);
-    if (clientContext.ApplicationContext.inBufferIndex != 3)
-        Q310_FAIL_LENGTH(kReadReleMode);
-    const uint8_t mode = clientContext.ApplicationContext.inBuffer[2];
+    uint8_t mode = 0;
+    Q310_REQUEST_TRACED(Kel_Zentor1Phase_Client_ReadRelayParameter(kelScope, &clientContext, &mode),
+                        kReadReleMode);
     if (mode == kRelayAuto)
         *releMode = 1;
     else if (mode == kRelayOn)

@@ -12,7 +12,6 @@
 #include <initializer_list>
 
 #include "Q310/q310_export_support.h"
-#include "protocols/orlenta/1phase/kel_zentor1phase_utils.h"
 #include "shared/kel_utils.h"
 
 namespace
@@ -66,13 +65,8 @@ const char* const kGenitiveMonthNames[Q310_MONTHS + 1] = {"",        kG1.text,  
                                                           kG5.text,  kG6.text,  kG7.text, kG8.text, kG9.text,
                                                           kG10.text, kG11.text, kG12.text};
 
-// Raw tariff table commands: read 0x31 with the selector month * 16 + day kind, write 0x11 with the
-// eight zones and the selector behind them.
-constexpr uint8_t kReadTariffTable = 0x31;
-constexpr uint8_t kWriteTariffTable = 0x11;
-constexpr uint32_t kRawAnswerLength = 1 + 2 * Q310_ZONES_RAW;
-constexpr uint8_t kWriteFastTable = 0x78;
-constexpr uint8_t kTariffProfileMode = 0x37;
+// The raw schedule is the client's table of eight zones a day, selected by month and day kind.
+static_assert(Q310_ZONES_RAW == KEL_ZENTOR1PHASE_RAW_TARIFF_ZONES);
 
 constexpr Kel_Zentor1Phase_SwitchPoint kNoZone{0xFF, 0xFF, 0xFF};
 
@@ -196,37 +190,20 @@ int32_t eReadRateScale_1(uint32_t adr, char* TariffsTable, char* outErr)
     Q310_REJECT_NULL(TariffsTable);
     Q310_REJECT_NULL(outErr);
     char* end = TariffsTable + strlen(TariffsTable);
-    const Kel_Zentor1Phase_ApplicationContext& app = clientContext.ApplicationContext;
     for (uint32_t m = 0; m < Q310_MONTHS; ++m)
     {
         end += sprintf(end, "%s\n", kMonthNames[m]);
         for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
         {
-            const uint8_t selector = static_cast<uint8_t>(m * 16 + d);
-            Q310_REQUEST(Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
-                                                            kReadTariffTable, &selector, 1),
-                         kReadRateScale);
-            if (app.inBufferIndex != kRawAnswerLength)
-                Q310_FAIL_LENGTH(kReadRateScale);
             Kel_Zentor1Phase_SwitchPoint zones[Q310_ZONES_RAW];
-            for (uint32_t z = 0; z < Q310_ZONES_RAW; ++z)
-            {
-                const uint8_t a = app.inBuffer[1 + 2 * z];
-                const uint8_t b = app.inBuffer[2 + 2 * z];
-                zones[z] = kNoZone;
-                if (a == 0xFF)
-                    continue;
-                uint8_t hour = 0;
-                uint8_t minute = 0xFF;
-                Kel_StatusCode status = Kel_Zentor1Phase_Utils_BCD2Byte(a & 0x3F, &hour);
-                if (Kel_IsGood(status) && b != 0xFF)
-                    status = Kel_Zentor1Phase_Utils_BCD2Byte(b, &minute);
-                if (Kel_IsBad(status))
-                    return static_cast<int32_t>(Kel_Trace_RejectCode(kelScope, __LINE__, status));
-                zones[z] = {static_cast<uint8_t>(a >> 6), hour,
-                            minute}; // out-of-range fields are not printed
-            }
-            end = Q310_AppendDayText(end, d, zones, Q310_ZONES_RAW);
+            bool handBack = false;
+            const Kel_StatusCode status = Kel_Zentor1Phase_Client_ReadTariffZones(
+                kelScope, &clientContext, static_cast<uint8_t>(m), static_cast<uint8_t>(d), zones, &handBack);
+            // A zone that is not BCD is handed back as its status, without a message.
+            if (handBack)
+                return static_cast<int32_t>(status);
+            Q310_REQUEST_TRACED(status, kReadRateScale);
+            end = Q310_AppendDayText(end, d, zones, Q310_ZONES_RAW); // out-of-range fields are not printed
         }
         end += sprintf(end, "\n");
     }
@@ -252,29 +229,14 @@ int32_t eWriteRateScale_1(uint32_t adr, const char* TariffsTable, char* outErr)
     for (uint32_t m = 0; m < Q310_MONTHS; ++m)
         for (uint32_t d = 0; d < Q310_DAY_KINDS; ++d)
         {
-            const Kel_Zentor1Phase_SwitchPoint* zones = days + Q310_ScheduleIndex(m, d, Q310_ZONES_RAW);
-            uint8_t payload[kRawAnswerLength];
-            for (uint32_t z = 0; z < Q310_ZONES_RAW; ++z)
-            {
-                payload[2 * z] = 0xFF;
-                payload[2 * z + 1] = 0xFF;
-                if (zones[z].tariff == 0xFF && zones[z].hour == 0xFF && zones[z].minute == 0xFF)
-                    continue;
-                uint8_t hour = 0;
-                uint8_t minute = 0;
-                status = Kel_Zentor1Phase_Utils_Byte2BCD(zones[z].hour, &hour);
-                if (Kel_IsGood(status))
-                    status = Kel_Zentor1Phase_Utils_Byte2BCD(zones[z].minute, &minute);
-                if (Kel_IsBad(status))
-                    return static_cast<int32_t>(Kel_Trace_RejectCode(kelScope, __LINE__, status));
-                // The tariff index is shifted without a range check.
-                payload[2 * z] = static_cast<uint8_t>((zones[z].tariff << 6) + hour);
-                payload[2 * z + 1] = minute;
-            }
-            payload[2 * Q310_ZONES_RAW] = static_cast<uint8_t>(m * 16 + d);
-            Q310_REQUEST(Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext,
-                                                            kWriteTariffTable, payload, sizeof(payload)),
-                         kWriteRateScale);
+            bool handBack = false;
+            status = Kel_Zentor1Phase_Client_WriteTariffZones(
+                kelScope, &clientContext, static_cast<uint8_t>(m), static_cast<uint8_t>(d),
+                days + Q310_ScheduleIndex(m, d, Q310_ZONES_RAW), &handBack);
+            // A field that has no BCD form is handed back as its status, without a message.
+            if (handBack)
+                return static_cast<int32_t>(status);
+            Q310_REQUEST_TRACED(status, kWriteRateScale);
         }
     return Q310_RESULT_OK;
 }
@@ -394,9 +356,8 @@ int32_t eWriteTSFast(uint32_t adr, Q310_B5(0), Q310_B5(1), Q310_B5(2), Q310_B5(3
     uint8_t payload[35];
     for (uint32_t i = 0; i < 35; ++i)
         payload[i] = static_cast<uint8_t>(words[i]);
-    Q310_REQUEST(
-        Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext, kWriteFastTable, payload, 35),
-        kWriteTSFast);
+    Q310_REQUEST_TRACED(Kel_Zentor1Phase_Client_WriteFastTariffTable(kelScope, &clientContext, payload),
+                        kWriteTSFast);
     return Q310_RESULT_OK;
 }
 #undef Q310_B5
@@ -409,26 +370,15 @@ int32_t eReadModeTariffProfile(uint32_t adr, uint32_t* ModeTariffProfile, uint32
     (void)adr;
     Q310_REJECT_NULL(ModeTariffProfile);
     Q310_REJECT_NULL(CntBuf);
-    static constexpr uint8_t parameters[4] = {0xE0, 0x01, 0x12, 0x19};
-    const Kel_StatusCode status = Kel_Zentor1Phase_Application_ReadA(&clientContext.ApplicationContext,
-                                                                     kTariffProfileMode, parameters, 4);
-    if (Kel_IsBad(status))
-    {
-        Kel_Trace_GotoBad(kelScope, __LINE__, status);
+    uint8_t mode = 0;
+    if (Kel_IsBad(Kel_Zentor1Phase_Client_ReadTariffProfileMode(kelScope, &clientContext, &mode)))
         return Q310_RESULT_FAILED;
-    }
-    if (clientContext.ApplicationContext.inBufferIndex != 2)
-    {
-        Kel_Trace_GotoCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse);
-        return Q310_RESULT_FAILED;
-    }
-    *ModeTariffProfile = clientContext.ApplicationContext.inBuffer[1];
+    *ModeTariffProfile = mode;
     *CntBuf = 2;
     return Q310_RESULT_OK;
 }
 
-// The mode byte and today's date from the computer's clock: day, month and the two-digit year formed
-// as the BCD of the low byte of year + 0x30 (year - 2000 for 2000..2099).
+// The mode byte and today's date from the computer's clock.
 int32_t eWriteModeTariffProfile(uint32_t adr, uint32_t mode, char* outErr)
 {
     Q310_EXPORT_ENTER(eWriteModeTariffProfile);
@@ -439,13 +389,8 @@ int32_t eWriteModeTariffProfile(uint32_t adr, uint32_t mode, char* outErr)
     uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
     Q310_REQUEST(Kel_Utils_DecodeDateTime(&now, &year, &month, &day, &hour, &minute, &second, &millisecond),
                  kWriteModeTariffProfile);
-    uint8_t payload[4] = {static_cast<uint8_t>(mode), 0, 0, 0};
-    Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(day, &payload[1]), kWriteModeTariffProfile);
-    Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(month, &payload[2]), kWriteModeTariffProfile);
-    Q310_REQUEST(Kel_Zentor1Phase_Utils_Byte2BCD(static_cast<uint8_t>(year + 0x30), &payload[3]),
-                 kWriteModeTariffProfile);
-    Q310_REQUEST(
-        Kel_Zentor1Phase_Application_Write(&clientContext.ApplicationContext, kTariffProfileMode, payload, 4),
-        kWriteModeTariffProfile);
+    Q310_REQUEST_TRACED(Kel_Zentor1Phase_Client_WriteTariffProfileMode(
+                            kelScope, &clientContext, static_cast<uint8_t>(mode), day, month, year),
+                        kWriteModeTariffProfile);
     return Q310_RESULT_OK;
 }

@@ -541,3 +541,88 @@ TEST_F(ClientTest, TraceOfOneReadSerial)
               "ReadSerial, SerialNumber= (00000001)\n"
               "<-- \"Kel_Zentor1Phase_Client_ReadSerial\" = 0x00000000 (GOOD).\n\n");
 }
+
+namespace
+{
+// The commands traced as part of an export, called as the export "_eCaller" of source Q310 calls them.
+const Kel_TraceScope kCaller{Kel_Module_ZentorProtocolClient, "_eCaller", "Q310"};
+const uint8_t kPlcRequest[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+bool handBack;
+
+struct ScopedRow
+{
+    const char* request;
+    const char* answer;
+    Kel_StatusCode status;
+    int handBack;     // the hand-back flag afterwards (1 or 0); -1: the command has none
+    const char* last; // the last trace line
+    const char* result;
+    Call call;
+};
+
+const char* const kReadAExit = "<-- \"Kel_Zentor1Phase_Application_ReadA\" = 0x00000000 (GOOD).";
+const char* const kReadExit = "<-- \"Kel_Zentor1Phase_Application_Read\" = 0x00000000 (GOOD).";
+#define AT_CALLER ", File=Q310, Line=N"
+#define NOT_BCD "<-- ReturnError: 0x80AB0000" AT_CALLER
+} // namespace
+
+TEST_F(ClientTest, CommandsOfAnExportTraceUnderItsScopeWithoutLinesOfTheirOwn)
+{
+    const ScopedRow rows[] = {
+        {"86 00", "86 00 01 23 45", Kel_Good, 0, kReadAExit, "12345",
+         CALL(ReadReactivePower(kCaller, c, &r.u32a, &handBack), r.u32a)},
+        {"86 00", "86 01 01 23 45", U, 1,
+         "<-- ReturnError: (&clientContext)->ApplicationContext.inBuffer[1] != 0 is true! Return "
+         "0x8A050000" AT_CALLER,
+         "4008636142", CALL(ReadReactivePower(kCaller, c, &r.u32a, &handBack), r.u32a)}, // left as it was
+        {"86 00", "86 00 01 A3 45", Kel_BadInvalidArgument, 1, NOT_BCD, "",
+         CALL(ReadReactivePower(kCaller, c, &r.u32a, &handBack))},
+        // The selector's echo is not checked.
+        {"86 02", "86 07 89 85 00 04 50", Kel_Good, -1, kReadAExit, "59 55 00 04 32",
+         CALL(ReadPowerFactor(kCaller, c, r.bytes), Raw{r.bytes, 5})},
+        {"86 02", "86 02 89 85 00 04", U, -1,
+         "--- GotoError: Kel_BadDeviceUnknownResponse. Statuscode 0x8A050000" AT_CALLER, "",
+         CALL(ReadPowerFactor(kCaller, c, r.bytes))},
+        {"86 02", "86 02 89 85 00 04 9A", Kel_BadInvalidArgument, -1,
+         "--- GotoError: Bad statuscode 0x80AB0000" AT_CALLER, "",
+         CALL(ReadPowerFactor(kCaller, c, r.bytes))},
+        {"66", "66 07 06 22", Kel_Good, 0, kReadExit, "07 06 16",
+         CALL(ReadProdDateFields(kCaller, c, r.bytes, &handBack), Raw{r.bytes, 3})},
+        {"66", "66 07 A6 22", Kel_BadInvalidArgument, 1, NOT_BCD, "",
+         CALL(ReadProdDateFields(kCaller, c, r.bytes, &handBack))},
+        {"79 01 02 03 04 05 06 07 08", "79 11 22 33 44 55 66 77 88 09 0A", Kel_Good, -1, "inBufferIndex= 11",
+         "11 22 33 44 55 66 77 88", CALL(ReadPlc1Config(kCaller, c, kPlcRequest, r.bytes), Raw{r.bytes, 8})},
+        {"79 01 02 03 04 05 06 07 08", "79 11 22 33 44 55 66 77 88 09", E, -1,
+         "--- GotoError: Kel_BadDeviceErrorResponse. Statuscode 0x8A060000" AT_CALLER, "",
+         CALL(ReadPlc1Config(kCaller, c, kPlcRequest, r.bytes))},
+        // Zones: unused (its minute byte not looked at), no minute, hour 24 and minute 60 as they came.
+        {"31 B7", "31 FF 12 47 FF 24 00 C1 60 FF FF FF FF FF FF FF FF", Kel_Good, 0, kReadAExit,
+         "FF FF FF 01 07 FF 00 18 00 03 01 3C",
+         CALL(ReadTariffZones(kCaller, c, 11, 7, r.points, &handBack), Raw{r.points, 12})},
+        {"31 00", "31 47 A0 FF FF FF FF FF FF FF FF FF FF FF FF FF FF", Kel_BadInvalidArgument, 1, NOT_BCD,
+         "EE EE EE", CALL(ReadTariffZones(kCaller, c, 0, 0, r.points, &handBack), Raw{r.points, 3})},
+    };
+    for (const ScopedRow& row : rows)
+    {
+        SCOPED_TRACE(row.answer);
+        Reset();
+        memset(&r, 0xEE, sizeof(r));
+        handBack = row.handBack == 0; // the opposite of what the command must leave
+        Answer(Hex(row.answer));
+        TraceCapture trace;
+        std::string result;
+        EXPECT_EQ(row.call(&client, result), row.status);
+        const std::vector<std::string> lines = trace.Lines();
+        EXPECT_EQ(result, row.result);
+        if (row.handBack >= 0)
+        {
+            EXPECT_EQ(handBack, row.handBack == 1);
+        }
+        ASSERT_EQ(meter.writes.size(), 1u);
+        EXPECT_EQ(meter.writes[0], Frame(Hex(row.request)));
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back(), row.last);
+        for (const std::string& line : lines)
+            EXPECT_EQ(line.find("Kel_Zentor1Phase_Client"), std::string::npos) << line;
+    }
+}

@@ -353,3 +353,78 @@ Kel_StatusCode Kel_Zentor1Phase_Client_SendCommand(Kel_Zentor1Phase_ClientContex
                                                    uint32_t* pReceived);
 Kel_StatusCode Kel_Zentor1Phase_Client_EnablePowerLimit(Kel_Zentor1Phase_ClientContext* pContext,
                                                         uint32_t aEnable);
+
+// ---- Commands traced as part of the calling export ----
+// The exchanges of exports whose trace has never carried a client entry line: each function takes the
+// export's trace scope and writes its lines (a failed exchange or conversion, a refused answer) as the
+// export's, with no entry or exit line of its own; the refusals quote the expressions the export's
+// trace has always shown. Results are written only when the answer is accepted.
+// A failure traced as "--- GotoError" ends the export through its failure exit (its message, result
+// 0). One traced as "<-- ReturnError" ends it with the status as its result, without a message: the
+// functions that have such failures set *pHandBack for them (and clear it otherwise).
+// Kel_GoodNoData and Kel_GoodNoResponse are not failures of the exchange here: the answer's length is
+// checked as for any other answer.
+struct Kel_TraceScope;
+
+// Parameter 0 of command 0x86: the reactive power, three BCD bytes behind the echoed selector.
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadReactivePower(const Kel_TraceScope& aScope,
+                                                         Kel_Zentor1Phase_ClientContext* pContext,
+                                                         uint32_t* pPower, bool* pHandBack);
+// Parameter 2 of command 0x86: five BCD bytes (the selector's echo is not checked), as five numbers.
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadPowerFactor(const Kel_TraceScope& aScope,
+                                                       Kel_Zentor1Phase_ClientContext* pContext,
+                                                       uint8_t* pDigits);
+// Command 0x66: day, month and year of century of the production date.
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadProdDateFields(const Kel_TraceScope& aScope,
+                                                          Kel_Zentor1Phase_ClientContext* pContext,
+                                                          uint8_t* pDate, bool* pHandBack);
+// Parameter 0xFF of command 0x86 in its long form (18 bytes): the meter type and its variant.
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadMeterType(const Kel_TraceScope& aScope,
+                                                     Kel_Zentor1Phase_ClientContext* pContext, uint8_t* pType,
+                                                     uint8_t* pVariant);
+// Command 0x65: whether the meter has a relay and the power option (1 or 0).
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadDesignOptions(const Kel_TraceScope& aScope,
+                                                         Kel_Zentor1Phase_ClientContext* pContext,
+                                                         uint8_t* pRelay, uint8_t* pPower, bool* pHandBack);
+// Command 0x79 with eight request bytes: the eight configuration bytes of the PLC-I interface (an
+// answer of 9 or of 11 bytes).
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadPlc1Config(const Kel_TraceScope& aScope,
+                                                      Kel_Zentor1Phase_ClientContext* pContext,
+                                                      const uint8_t* pRequest, uint8_t* pConfig);
+// Parameter 1 of command 0x86: the relay's state byte as sent (the selector's echo is not checked).
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadRelayParameter(const Kel_TraceScope& aScope,
+                                                          Kel_Zentor1Phase_ClientContext* pContext,
+                                                          uint8_t* pState);
+
+// Eight zones a day, commands 0x31 (read) and 0x11 (write), selector Month * 16 + WDay. An unused zone
+// is 255 in all three fields; a read zone keeps fields out of range as they came.
+constexpr uint32_t KEL_ZENTOR1PHASE_RAW_TARIFF_ZONES = 8;
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadTariffZones(const Kel_TraceScope& aScope,
+                                                       Kel_Zentor1Phase_ClientContext* pContext,
+                                                       uint8_t Month, uint8_t WDay,
+                                                       Kel_Zentor1Phase_SwitchPoint* pZones, bool* pHandBack);
+Kel_StatusCode Kel_Zentor1Phase_Client_WriteTariffZones(const Kel_TraceScope& aScope,
+                                                        Kel_Zentor1Phase_ClientContext* pContext,
+                                                        uint8_t Month, uint8_t WDay,
+                                                        const Kel_Zentor1Phase_SwitchPoint* pZones,
+                                                        bool* pHandBack);
+// Command 0x78: the 35 bytes of the fast tariff table write, as given.
+Kel_StatusCode Kel_Zentor1Phase_Client_WriteFastTariffTable(const Kel_TraceScope& aScope,
+                                                            Kel_Zentor1Phase_ClientContext* pContext,
+                                                            const uint8_t* pTable);
+// Command 0x37: the tariff profile's mode byte (read with the fixed request E0 01 12 19); written with
+// the date, the year sent as the BCD of the low byte of year + 0x30 (year - 2000 for 2000..2099).
+Kel_StatusCode Kel_Zentor1Phase_Client_ReadTariffProfileMode(const Kel_TraceScope& aScope,
+                                                             Kel_Zentor1Phase_ClientContext* pContext,
+                                                             uint8_t* pMode);
+Kel_StatusCode Kel_Zentor1Phase_Client_WriteTariffProfileMode(const Kel_TraceScope& aScope,
+                                                              Kel_Zentor1Phase_ClientContext* pContext,
+                                                              uint8_t aMode, uint8_t aDay, uint8_t aMonth,
+                                                              uint16_t aYear);
+
+// Line settings of a created client, traced by nothing: the read time-out of each serial read, and
+// the transport's last frame with its length (the reference of an echoing line's echo removal).
+Kel_StatusCode Kel_Zentor1Phase_Client_SetReadTimeout(Kel_Zentor1Phase_ClientContext* pContext,
+                                                      uint32_t aTimeout);
+Kel_StatusCode Kel_Zentor1Phase_Client_LastFrame(const Kel_Zentor1Phase_ClientContext* pContext,
+                                                 const uint8_t** ppFrame, const uint32_t** ppLength);
