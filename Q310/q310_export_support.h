@@ -96,11 +96,6 @@ constexpr int32_t Q310_RESULT_FAILED = 0;
             return Q310_RESULT_FAILED;                                                                       \
         }                                                                                                    \
     } while (0)
-// A raw answer of the wrong length: "--- GotoError: Kel_BadDeviceUnknownResponse. Statuscode 0x%08X\n",
-// the message, result 0.
-#define Q310_FAIL_LENGTH(aText)                                                                              \
-    return Q310_FailCode(kelScope, __LINE__, "Kel_BadDeviceUnknownResponse", Kel_BadDeviceUnknownResponse,   \
-                         outErr, (aText))
 // The null rejection of an export: Kel_BadInvalidArgument as the host's signed result.
 #define Q310_REJECT_NULL(p)                                                                                  \
     do                                                                                                       \
