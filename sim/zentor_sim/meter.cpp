@@ -13,14 +13,6 @@ namespace
 {
 
 // Answer data lengths are fixed by the command; argument counts likewise.
-void AppendU32(Bytes& out, uint32_t value)
-{
-    out.push_back(static_cast<uint8_t>(value >> 24));
-    out.push_back(static_cast<uint8_t>(value >> 16));
-    out.push_back(static_cast<uint8_t>(value >> 8));
-    out.push_back(static_cast<uint8_t>(value));
-}
-
 void AppendU16(Bytes& out, uint16_t value)
 {
     out.push_back(static_cast<uint8_t>(value >> 8));
@@ -343,16 +335,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
     auto noArgs = [&] { return args.empty(); };
     switch (command)
     {
-        case 0x2F:
-            if (!noArgs())
-                return std::nullopt;
-            AppendU32(out, s.serialNumber);
-            return out;
-        case 0x20:
-            if (!noArgs())
-                return std::nullopt;
-            AppendU32(out, s.groupAddress);
-            return out;
         case 0x21:
             if (!noArgs())
                 return std::nullopt;
@@ -372,11 +354,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
             out.push_back(ToBcd(std::min<uint32_t>(99, s.powerLimitWatts / 1000)));
             out.push_back(ToBcd(s.powerLimitWatts % 1000 / 10));
             return out;
-        case 0x23:
-            if (!noArgs())
-                return std::nullopt;
-            AppendBcd(out, s.energyLimit, 2);
-            return out;
         case 0x6E:
             if (!noArgs())
                 return std::nullopt;
@@ -386,8 +363,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
                 out.push_back(limit.flag);
             }
             return out;
-        case 0x24:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.summerTimeFlag}) : std::nullopt;
         case 0x28:
         {
             if (!noArgs())
@@ -405,34 +380,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
             out.insert(out.end(), {s.firmwareMajor, s.firmwareMinor});
             out.resize(17, 0x00);
             return out;
-        case 0x29:
-            if (!noArgs())
-                return std::nullopt;
-            AppendBcd(out, s.batteryCentivolts, 2);
-            return out;
-        case 0x25:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.timeCorrection}) : std::nullopt;
-        case 0x64:
-            if (!noArgs())
-                return std::nullopt;
-            out.insert(out.end(), {static_cast<uint8_t>(s.timeCorrection3 >> 16),
-                                   static_cast<uint8_t>(s.timeCorrection3 >> 8),
-                                   static_cast<uint8_t>(s.timeCorrection3)});
-            return out;
-        case 0x2A:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.displayMode}) : std::nullopt;
-        case 0x6A:
-            return noArgs() ? std::optional<Bytes>(
-                                  Bytes{command, s.additionalDisplayMode[0], s.additionalDisplayMode[1]})
-                            : std::nullopt;
-        case 0x67:
-            if (!noArgs())
-                return std::nullopt;
-            out.insert(out.end(), s.displayDelay.begin(), s.displayDelay.end());
-            return out;
-        case 0x68:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.powerLimitMode[0], s.powerLimitMode[1]})
-                            : std::nullopt;
         case 0x2B:
         case 0x2C:
         case 0x61:
@@ -450,12 +397,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
             AppendStamp6(out, s.lastWriteAccessTime);
             out.push_back(0x00);
             return out;
-        case 0x2D:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.dryOutputMode}) : std::nullopt;
-        case 0x2E:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.tariffCount}) : std::nullopt;
-        case 0x60:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.activeTariff}) : std::nullopt;
         case 0x30:
             if (args.size() != 1 || args[0] > 1)
                 return std::nullopt;
@@ -472,31 +413,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
                 out.insert(out.end(), day[i].begin(), day[i].end());
             return out;
         }
-        case 0x65:
-            if (!noArgs())
-                return std::nullopt;
-            AppendU16(out, s.designVariant);
-            return out;
-        case 0x69:
-            if (!noArgs())
-                return std::nullopt;
-            AppendBcd(out, s.runningHours, 3);
-            AppendBcd(out, s.batteryHours, 3);
-            return out;
-        case 0x6C:
-            if (!noArgs())
-                return std::nullopt;
-            AppendU16(out, s.modemAddress);
-            out.push_back(s.modemLevel);
-            return out;
-        case 0x6D:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.relayControlMode}) : std::nullopt;
-        case 0x6F:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.lcdUnderBattery}) : std::nullopt;
-        case 0x80:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.plc2InterfaceEnable}) : std::nullopt;
-        case 0x82:
-            return noArgs() ? std::optional<Bytes>(Bytes{command, s.timeoutMultiplier}) : std::nullopt;
         case 0x27:
         case 0x85:
             if (!noArgs())
@@ -524,24 +440,6 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
                 AppendBcd(out, entry.value, 2);
                 AppendStamp6(out, entry.time);
             }
-            return out;
-        case 0x26:
-            if (!noArgs())
-                return std::nullopt;
-            AppendBcd(out, s.payloadPowerCentiKw, 2);
-            return out;
-        case 0x63:
-            if (!noArgs())
-                return std::nullopt;
-            AppendBcd(out, s.voltageDeciVolts, 2);
-            AppendBcd(out, s.currentCentiAmps, 2);
-            AppendBcd(out, s.powerWatts, 3);
-            return out;
-        case 0x81:
-            if (!noArgs())
-                return std::nullopt;
-            AppendBcd(out, s.frequencyCentiHz, 2);
-            out.insert(out.end(), s.extendedNetTail.begin(), s.extendedNetTail.end());
             return out;
         case 0x86:
         {
@@ -634,7 +532,7 @@ std::optional<Bytes> Meter::HandleRead(uint8_t command, const Bytes& args)
                 out.insert(out.end(), {0x00, 0x00});
             return out;
         default:
-            return std::nullopt;
+            return ReadSetting(s, command, args);
     }
 }
 
@@ -642,26 +540,9 @@ std::optional<Bytes> Meter::HandleWrite(uint8_t command, const Bytes& args)
 {
     MeterState& s = state_;
     auto bcd = [&](size_t from, size_t count) { return BcdNumber(args.data() + from, count); };
-    auto single = [&](uint8_t& field, unsigned low, unsigned high) -> bool
-    {
-        if (args.size() != 1 || args[0] < low || args[0] > high)
-            return false;
-        field = args[0];
-        return true;
-    };
     bool accepted = false;
     switch (command)
     {
-        case 0x00:
-        case 0x01:
-            if (args.size() == 4)
-            {
-                const uint32_t value =
-                    static_cast<uint32_t>(args[0]) << 24 | args[1] << 16 | args[2] << 8 | args[3];
-                (command == 0x00 ? s.address : s.groupAddress) = value;
-                accepted = true;
-            }
-            break;
         case 0x02:
             if (args.size() == 7)
             {
@@ -688,14 +569,6 @@ std::optional<Bytes> Meter::HandleWrite(uint8_t command, const Bytes& args)
                     accepted = true;
                 }
             break;
-        case 0x04:
-            if (args.size() == 2)
-                if (const auto value = bcd(0, 2))
-                {
-                    s.energyLimit = static_cast<uint16_t>(*value);
-                    accepted = true;
-                }
-            break;
         case 0x72:
             if (args.size() == 16)
             {
@@ -711,9 +584,6 @@ std::optional<Bytes> Meter::HandleWrite(uint8_t command, const Bytes& args)
                     s.tariffEnergyLimits = limits;
             }
             break;
-        case 0x05:
-            accepted = single(s.summerTimeFlag, 0, 255);
-            break;
         case 0x0C:
             if (args.size() == 2)
             {
@@ -727,57 +597,6 @@ std::optional<Bytes> Meter::HandleWrite(uint8_t command, const Bytes& args)
                 s.batteryHours = 0;
                 accepted = true;
             }
-            break;
-        case 0x06:
-            accepted = single(s.timeCorrection, 0, 31);
-            break;
-        case 0x08:
-            accepted = single(s.baudCode, 0, 4);
-            break;
-        case 0x09:
-            accepted = single(s.displayMode, 0, 255);
-            break;
-        case 0x70:
-            if (args.size() == 2)
-            {
-                s.additionalDisplayMode = {args[0], args[1]};
-                accepted = true;
-            }
-            break;
-        case 0x0D:
-            if (args.size() == 4)
-            {
-                std::copy(args.begin(), args.end(), s.displayDelay.begin());
-                accepted = true;
-            }
-            break;
-        case 0x0F:
-            if (args.size() == 2)
-            {
-                s.powerLimitMode = {args[0], args[1]};
-                accepted = true;
-            }
-            break;
-        case 0x07:
-            accepted = single(s.dryOutputMode, 0, 255);
-            break;
-        case 0x0A:
-            accepted = single(s.tariffCount, 1, 4);
-            break;
-        case 0x0B:
-            accepted = single(s.activeTariff, 1, 4);
-            break;
-        case 0x71:
-            accepted = single(s.relayControlMode, 0, 255);
-            break;
-        case 0x73:
-            accepted = single(s.lcdUnderBattery, 0, 255);
-            break;
-        case 0x74:
-            accepted = single(s.plc2InterfaceEnable, 0, 255);
-            break;
-        case 0x75:
-            accepted = single(s.timeoutMultiplier, 0, 255);
             break;
         case 0x10:
             if (args.size() == 17 && args[16] <= 1)
@@ -819,6 +638,7 @@ std::optional<Bytes> Meter::HandleWrite(uint8_t command, const Bytes& args)
             }
             break;
         default:
+            accepted = WriteSetting(s, command, args);
             break;
     }
     if (!accepted)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "zentor_sim/codec.h"
+#include "zentor_sim/settings.h"
 
 #include <array>
 #include <cstdint>
@@ -51,19 +52,17 @@ struct TariffEnergyLimit
 using Zone = std::array<uint8_t, 2>;
 using DayZones = std::array<Zone, 16>;
 
-struct MeterState
+// The meter's whole state: the simple settings of the table in settings.cpp (the address, group
+// address, serial number and a few more by name, the rest by row) and everything below.
+struct MeterState : SettingValues
 {
     // Identity
-    uint32_t address = 1;
-    uint32_t groupAddress = 0;
     bool acceptAnyAddress = false;
-    uint32_t serialNumber = 21000417;
     int64_t productionDate = 0;
     uint8_t firmwareMajor = 2;
     uint8_t firmwareMinor = 14;
     int64_t firmwareDate = 0;
     uint16_t firmwareCrc = 0x5A3C;
-    uint16_t designVariant = 0x0101; // high byte: load relay present, low byte: power option
     uint8_t modelCode = 8;
     uint8_t modelVariant = 2;
 
@@ -71,45 +70,16 @@ struct MeterState
     bool clockRunning = true;
     int64_t clockOffset = 0;
     int64_t clockFrozen = 0;
-    uint8_t summerTimeFlag = 1;
-    uint8_t timeCorrection = 0;
-    uint32_t timeCorrection3 = 0; // 24 bits
 
     // Display, limits, modes
-    uint8_t displayMode = 0xE3;
-    std::array<uint8_t, 2> additionalDisplayMode{0x07, 0x0A};
-    std::array<uint8_t, 4> displayDelay{5, 5, 5, 5};
     uint32_t powerLimitWatts = 15000; // tens of watts resolution, at most 99990
-    uint16_t energyLimit = 0;         // 0..9999
     std::array<TariffEnergyLimit, 4> tariffEnergyLimits{};
-    std::array<uint8_t, 2> powerLimitMode{0x01, 0x0A};
-    uint8_t relayControlMode = 0x55;
-    uint8_t dryOutputMode = 0;
-    uint8_t timeoutMultiplier = 1;
-    uint8_t baudCode = 0;
-    uint8_t lcdUnderBattery = 1;
-    uint8_t plc2InterfaceEnable = 0;
     uint8_t batteryFlags = 0;
 
-    // Battery and running times (hours)
-    uint16_t batteryCentivolts = 361;
-    uint32_t runningHours = 12345;
-    uint32_t batteryHours = 12001;
-
-    // PLC modem and PLC configuration
-    uint16_t modemAddress = 0x0001;
-    uint8_t modemLevel = 0x20;
+    // PLC configuration
     std::array<uint8_t, 8> plc1Config{0x01, 0x00, 0x05, 0x10, 0x00, 0x00, 0x01, 0x00};
     unsigned plc1AnswerLength = 9; // 9 or 11
     Bytes fastTariffBlock;         // last block of command 0x78
-
-    // Network values
-    uint16_t voltageDeciVolts = 2301;
-    uint16_t currentCentiAmps = 523;
-    uint32_t powerWatts = 1180;
-    uint16_t payloadPowerCentiKw = 118;
-    uint16_t frequencyCentiHz = 5001;
-    std::array<uint8_t, 8> extendedNetTail{};
 
     // Command 0x86 parameters
     uint32_t parameter0 = 123;     // six digits
@@ -153,8 +123,6 @@ struct MeterState
     // Tariff program
     std::array<std::array<DayZones, 8>, 12> zones{}; // [month 0..11][day code 0 Sunday..6, 7 holiday]
     std::array<Zone, 16> holidays{};                 // (BCD day, BCD month), FF FF unused
-    uint8_t tariffCount = 2;
-    uint8_t activeTariff = 1;
     uint8_t tariffProfileMode = 0;
     unsigned zoneTableReadZones = 16; // meter variant: 16 (33-byte answer) or 8 (17-byte answer)
 

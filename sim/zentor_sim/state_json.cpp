@@ -7,6 +7,7 @@
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace zentor_sim
 {
@@ -21,6 +22,16 @@ namespace
     throw std::runtime_error("state: " + key + ": " + reason);
 }
 
+int64_t Integer(const json& value, const std::string& key, int64_t low, int64_t high)
+{
+    if (!value.is_number_integer())
+        Fail(key, "expected an integer");
+    const auto number = value.get<int64_t>();
+    if (number < low || number > high)
+        Fail(key, "out of range");
+    return number;
+}
+
 template <typename T> void Num(const json& j, const char* key, T& field)
 {
     if (!j.contains(key))
@@ -31,15 +42,10 @@ template <typename T> void Num(const json& j, const char* key, T& field)
         if (!value.is_boolean())
             Fail(key, "expected true or false");
         field = value.get<bool>();
-        return;
     }
-    if (!value.is_number_integer())
-        Fail(key, "expected an integer");
-    const auto number = value.get<int64_t>();
-    if (number < static_cast<int64_t>(std::numeric_limits<T>::min()) ||
-        number > static_cast<int64_t>(std::numeric_limits<T>::max()))
-        Fail(key, "out of range");
-    field = static_cast<T>(number);
+    else
+        field = static_cast<T>(Integer(value, key, static_cast<int64_t>(std::numeric_limits<T>::min()),
+                                       static_cast<int64_t>(std::numeric_limits<T>::max())));
 }
 
 int64_t TimeValue(const json& value, const std::string& key)
@@ -88,6 +94,54 @@ template <typename T, size_t N> void NumArray(const json& j, const char* key, st
         json wrapper{{key, value[i]}};
         Num(wrapper, key, field[i]);
     }
+}
+
+// The group and the key of a settings row: "group.key" is the key inside the object "group".
+std::pair<std::string, std::string> SettingKey(const Setting& row)
+{
+    const std::string path = row.key;
+    const size_t dot = path.find('.');
+    return dot == std::string::npos ? std::pair{std::string(), path}
+                                    : std::pair{path.substr(0, dot), path.substr(dot + 1)};
+}
+
+void ApplySetting(MeterState& s, const json& d, const Setting& row)
+{
+    const auto [group, key] = SettingKey(row);
+    if (!group.empty() && !d.contains(group))
+        return;
+    const json& j = group.empty() ? d : d.at(group);
+    if (!j.contains(key))
+        return;
+    const json& value = j.at(key);
+    const auto limit = static_cast<int64_t>(StateFileLimit(row));
+    Bytes bytes;
+    if (row.form == Form::Binary || row.form == Form::Bcd)
+    {
+        SetSetting(s, row, static_cast<uint64_t>(Integer(value, key, 0, limit)));
+        return;
+    }
+    if (row.form == Form::Raw)
+        bytes = HexValue(value, key, row.size);
+    else if (!value.is_array() || value.size() != row.size)
+        Fail(key, "expected " + std::to_string(row.size) + " numbers");
+    else
+        for (const json& item : value)
+            bytes.push_back(static_cast<uint8_t>(Integer(item, key, 0, limit)));
+    SetSetting(s, row, WireValue(row, bytes).value_or(0));
+}
+
+void SettingJson(json& d, const MeterState& s, const Setting& row)
+{
+    const auto [group, key] = SettingKey(row);
+    json& target = group.empty() ? d[key] : d[group][key];
+    const uint64_t value = GetSetting(s, row);
+    if (row.form == Form::Binary || row.form == Form::Bcd)
+        target = value;
+    else if (row.form == Form::Raw)
+        target = Hex(WireBytes(row, value));
+    else
+        target = WireBytes(row, value);
 }
 
 std::optional<Bytes> Raw(const json& entry, const std::string& key)
@@ -229,10 +283,9 @@ void ApplyJson(Meter& meter, const json& d)
     if (!d.is_object())
         Fail("(document)", "expected an object");
     MeterState& s = meter.State();
-    Num(d, "address", s.address);
-    Num(d, "group_address", s.groupAddress);
+    for (const Setting& row : SettingTable())
+        ApplySetting(s, d, row);
     Num(d, "accept_any_address", s.acceptAnyAddress);
-    Num(d, "serial_number", s.serialNumber);
     Time(d, "production_date", s.productionDate);
     if (d.contains("firmware"))
     {
@@ -242,7 +295,6 @@ void ApplyJson(Meter& meter, const json& d)
         Time(f, "date", s.firmwareDate);
         Num(f, "crc", s.firmwareCrc);
     }
-    Num(d, "design_variant", s.designVariant);
     if (d.contains("model"))
     {
         Num(d.at("model"), "code", s.modelCode);
@@ -264,14 +316,7 @@ void ApplyJson(Meter& meter, const json& d)
             s.clockFrozen = ComputerLocalNow() + s.clockOffset;
         }
     }
-    Num(d, "summer_time_flag", s.summerTimeFlag);
-    Num(d, "time_correction", s.timeCorrection);
-    Num(d, "time_correction3", s.timeCorrection3);
-    Num(d, "display_mode", s.displayMode);
-    HexArray(d, "additional_display_mode", s.additionalDisplayMode);
-    NumArray(d, "display_delay", s.displayDelay);
     Num(d, "power_limit_watts", s.powerLimitWatts);
-    Num(d, "energy_limit", s.energyLimit);
     if (d.contains("tariff_energy_limits"))
     {
         const json& list = d.at("tariff_energy_limits");
@@ -283,34 +328,12 @@ void ApplyJson(Meter& meter, const json& d)
             Num(list[t], "flag", s.tariffEnergyLimits[t].flag);
         }
     }
-    HexArray(d, "power_limit_mode", s.powerLimitMode);
-    Num(d, "relay_control_mode", s.relayControlMode);
-    Num(d, "dry_output_mode", s.dryOutputMode);
-    Num(d, "timeout_multiplier", s.timeoutMultiplier);
-    Num(d, "baud_code", s.baudCode);
-    Num(d, "lcd_under_battery", s.lcdUnderBattery);
-    Num(d, "plc2_interface_enable", s.plc2InterfaceEnable);
-    Num(d, "battery_centivolts", s.batteryCentivolts);
-    Num(d, "running_hours", s.runningHours);
-    Num(d, "battery_hours", s.batteryHours);
-    Num(d, "modem_address", s.modemAddress);
-    Num(d, "modem_level", s.modemLevel);
     HexArray(d, "plc1_config", s.plc1Config);
     Num(d, "plc1_answer_length", s.plc1AnswerLength);
     if (s.plc1AnswerLength != 9 && s.plc1AnswerLength != 11)
         Fail("plc1_answer_length", "expected 9 or 11");
     if (d.contains("fast_tariff_block"))
         s.fastTariffBlock = HexValue(d.at("fast_tariff_block"), "fast_tariff_block");
-    if (d.contains("network"))
-    {
-        const json& n = d.at("network");
-        Num(n, "voltage_dV", s.voltageDeciVolts);
-        Num(n, "current_cA", s.currentCentiAmps);
-        Num(n, "power_W", s.powerWatts);
-        Num(n, "payload_power_ckW", s.payloadPowerCentiKw);
-        Num(n, "frequency_cHz", s.frequencyCentiHz);
-        HexArray(n, "extended_tail", s.extendedNetTail);
-    }
     if (d.contains("parameters"))
     {
         const json& p = d.at("parameters");
@@ -413,8 +436,6 @@ void ApplyJson(Meter& meter, const json& d)
     if (d.contains("tariff"))
     {
         const json& t = d.at("tariff");
-        Num(t, "count", s.tariffCount);
-        Num(t, "active", s.activeTariff);
         Num(t, "profile_mode", s.tariffProfileMode);
         Num(t, "table_read_zones", s.zoneTableReadZones);
         if (s.zoneTableReadZones != 8 && s.zoneTableReadZones != 16)
@@ -468,50 +489,23 @@ json ToJson(const Meter& meter)
 {
     const MeterState& s = meter.State();
     json d;
-    d["address"] = s.address;
-    d["group_address"] = s.groupAddress;
+    for (const Setting& row : SettingTable())
+        SettingJson(d, s, row);
     d["accept_any_address"] = s.acceptAnyAddress;
-    d["serial_number"] = s.serialNumber;
     d["production_date"] = FormatDate(s.productionDate);
     d["firmware"] = {{"major", s.firmwareMajor},
                      {"minor", s.firmwareMinor},
                      {"date", FormatDate(s.firmwareDate)},
                      {"crc", s.firmwareCrc}};
-    d["design_variant"] = s.designVariant;
     d["model"] = {{"code", s.modelCode}, {"variant", s.modelVariant}};
     d["clock"] = {{"time", FormatTime(meter.Now())}, {"running", s.clockRunning}};
-    d["summer_time_flag"] = s.summerTimeFlag;
-    d["time_correction"] = s.timeCorrection;
-    d["time_correction3"] = s.timeCorrection3;
-    d["display_mode"] = s.displayMode;
-    d["additional_display_mode"] = Hex(s.additionalDisplayMode.data(), 2);
-    d["display_delay"] = s.displayDelay;
     d["power_limit_watts"] = s.powerLimitWatts;
-    d["energy_limit"] = s.energyLimit;
     d["tariff_energy_limits"] = json::array();
     for (const auto& limit : s.tariffEnergyLimits)
         d["tariff_energy_limits"].push_back({{"value", limit.value}, {"flag", limit.flag}});
-    d["power_limit_mode"] = Hex(s.powerLimitMode.data(), 2);
-    d["relay_control_mode"] = s.relayControlMode;
-    d["dry_output_mode"] = s.dryOutputMode;
-    d["timeout_multiplier"] = s.timeoutMultiplier;
-    d["baud_code"] = s.baudCode;
-    d["lcd_under_battery"] = s.lcdUnderBattery;
-    d["plc2_interface_enable"] = s.plc2InterfaceEnable;
-    d["battery_centivolts"] = s.batteryCentivolts;
-    d["running_hours"] = s.runningHours;
-    d["battery_hours"] = s.batteryHours;
-    d["modem_address"] = s.modemAddress;
-    d["modem_level"] = s.modemLevel;
     d["plc1_config"] = Hex(s.plc1Config.data(), s.plc1Config.size());
     d["plc1_answer_length"] = s.plc1AnswerLength;
     d["fast_tariff_block"] = Hex(s.fastTariffBlock);
-    d["network"] = {{"voltage_dV", s.voltageDeciVolts},
-                    {"current_cA", s.currentCentiAmps},
-                    {"power_W", s.powerWatts},
-                    {"payload_power_ckW", s.payloadPowerCentiKw},
-                    {"frequency_cHz", s.frequencyCentiHz},
-                    {"extended_tail", Hex(s.extendedNetTail.data(), s.extendedNetTail.size())}};
     d["parameters"] = {
         {"p0", s.parameter0}, {"p1", s.parameter1}, {"p2_milli", s.parameter2Milli}, {"p2b", s.parameter2b}};
     d["energy"] = {{"active", s.energyActive}, {"reactive", s.energyReactive}};
@@ -576,12 +570,10 @@ json ToJson(const Meter& meter)
         else
             holidays.push_back(Hex(h.data(), 2));
     }
-    d["tariff"] = {{"count", s.tariffCount},
-                   {"active", s.activeTariff},
-                   {"profile_mode", s.tariffProfileMode},
-                   {"table_read_zones", s.zoneTableReadZones},
-                   {"zones", zones},
-                   {"holidays", holidays}};
+    d["tariff"]["profile_mode"] = s.tariffProfileMode;
+    d["tariff"]["table_read_zones"] = s.zoneTableReadZones;
+    d["tariff"]["zones"] = zones;
+    d["tariff"]["holidays"] = holidays;
     return d;
 }
 
