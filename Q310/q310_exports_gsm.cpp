@@ -402,13 +402,13 @@ extern "C" int32_t Q310_CALL eWriteParamGSMLock(uint32_t baudRate, uint32_t data
     Q310_EXPORT_ENTER(eWriteParamGSMLock);
     Q310_REJECT_NULL(outErr);
     // The gateway's raw mode: this packet goes out as built, and the next read switches to packets.
-    PORT = 0;
+    gatewayGSMMeter.port = 0;
     uint8_t data[4];
     Q310_GatewayParameters(baudRate, dataBits, stopBits, option3, option4, timeout, lock, data);
-    ++NUM;
+    ++gatewayGSMMeter.packetNumber;
     uint8_t packet[13];
-    Kel_StatusCode status =
-        Kel_GatewayGSM_BuildPacket(data, sizeof(data), static_cast<uint16_t>(NUM), 0, packet, sizeof(packet));
+    Kel_StatusCode status = Kel_GatewayGSM_BuildPacket(
+        data, sizeof(data), static_cast<uint16_t>(gatewayGSMMeter.packetNumber), 0, packet, sizeof(packet));
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kGatewayText);
     status = Clear();

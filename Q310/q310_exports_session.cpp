@@ -169,7 +169,8 @@ extern "C" int32_t Q310_CALL eTcpOpen(int32_t tcpPort, const char* ipAddress, ui
     Kel_StatusCode status = Q310_StartTracing();
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
-    status = Kel_SerialChannel_CreateContextTcpClient(&client_socket_context, &serialChannelMeter);
+    status = Kel_SerialChannel_CreateContextTcpClient(&tcpBridgeMeter, &client_socket_context,
+                                                      &glCommTimeOuts, &serialChannelMeter);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
     status = Kel_P_Tcp_Client_Create(&client_socket_context, ipAddress, static_cast<uint16_t>(tcpPort),
@@ -212,8 +213,8 @@ extern "C" int32_t Q310_CALL eSetEchoFlag(uint32_t flag)
     EchoFlag = flag;
     if (flag != 0)
     {
-        const Kel_StatusCode status =
-            Kel_SerialChannel_CreateContext_EchoRS485(&aSerialContextMeter, &serialChannelMeter);
+        const Kel_StatusCode status = Kel_SerialChannel_CreateContext_EchoRS485(
+            &echoRS485Meter, &aSerialContextMeter, &serialChannelMeter);
         if (Kel_IsBad(status))
             Kel_Trace_GotoBad(kelScope, __LINE__, status);
     }
@@ -226,9 +227,11 @@ extern "C" int32_t Q310_CALL eSetGSMFlag(uint32_t mode)
     GSMFlag = mode;
     Kel_StatusCode status = Kel_Good;
     if (mode == Q310_GSM_DATA_CALL)
-        status = Kel_SerialChannel_CreateContext_EchoGSM(&aSerialContextMeter, &serialChannelMeter);
+        status =
+            Kel_SerialChannel_CreateContext_EchoGSM(&echoGSMMeter, &aSerialContextMeter, &serialChannelMeter);
     else if (mode == Q310_GSM_GATEWAY)
-        status = Kel_SerialChannel_CreateContext_GatewayGSM(&aSerialContextMeter, &serialChannelMeter);
+        status = Kel_SerialChannel_CreateContext_GatewayGSM(&gatewayGSMMeter, &aSerialContextMeter,
+                                                            &serialChannelMeter);
     if (Kel_IsBad(status))
     {
         Kel_Trace_GotoBad(kelScope, __LINE__, status);
@@ -241,7 +244,7 @@ extern "C" int32_t Q310_CALL eSetTcpFlag(uint32_t tcpFlag, uint32_t tcpEchoFlag)
 {
     Q310_EXPORT_ENTER(eSetTcpFlag);
     TCPFlag = tcpFlag;
-    TCPEchoFlag = tcpEchoFlag;
+    tcpBridgeMeter.echo = tcpEchoFlag;
     if (tcpFlag == 0)
     {
         const Kel_StatusCode status = Kel_P_Tcp_Close(&client_socket_context);

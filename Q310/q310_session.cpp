@@ -9,12 +9,7 @@ Kel_P_Serial_CommTimeouts glCommTimeOuts;
 uint32_t EchoFlag;
 uint32_t GSMFlag;
 uint32_t TCPFlag;
-uint32_t TCPEchoFlag;
 uint32_t EchoMode;
-uint8_t SendBuffer[Q310_SEND_BUFFER_SIZE];
-uint8_t aBytesWrited;
-uint8_t PORT;
-uint32_t NUM;
 Kel_Zentor1Phase_ClientContext clientContext;
 Kel_P_Stopwatch_Context aStopwatchContextMeter;
 constinit Kel_P_Tcp_Context client_socket_context = []
@@ -24,5 +19,7 @@ constinit Kel_P_Tcp_Context client_socket_context = []
     return closed;
 }();
 
-const uint8_t* pTransportOutFrame;
-const uint32_t* pTransportOutFrameIndex;
+Kel_EchoRS485_Context echoRS485Meter;
+Kel_EchoGSM_Context echoGSMMeter;
+Kel_GatewayGSM_Context gatewayGSMMeter;
+Kel_TcpBridge_Context tcpBridgeMeter;

@@ -45,7 +45,7 @@ TEST_P(Session, TcpFlagStopsTracing)
 
     EXPECT_EQ(eSetTcpFlag(1, 0), 0);
     EXPECT_EQ(TCPFlag, 1u);
-    EXPECT_EQ(TCPEchoFlag, 0u);
+    EXPECT_EQ(tcpBridgeMeter.echo, 0u);
     testing::internal::CaptureStdout();
     ASSERT_EQ(eReadFrequency(0, text, err), 1);
     fflush(stdout);
