@@ -2,7 +2,6 @@
 #define KEL_TRACE_FILE "Q310"
 #include "Q310/q310_channels.h"
 
-#include "Q310/q310_session.h"
 #include "shared/kel_trace.h"
 
 #include <array>
@@ -35,17 +34,17 @@ constexpr std::array<uint32_t, 256> MakeCRC24Table()
 constexpr std::array<uint32_t, 256> CRC24Table = MakeCRC24Table();
 static_assert(CRC24Table[1] == 0x864CFBu && CRC24Table[255] == 0xDD8538u, "the standard CRC-24 table");
 
-// The copy of a request into SendBuffer fails above 64 bytes, as the data buffer does: Kel_Bad, and
-// ERANGE as the error number for the error text of the exit line.
-bool CopyRequest(const uint8_t* pBuffer, uint32_t aSize)
+// The copy of a request into a variant's send buffer fails above 64 bytes, as the data buffer does:
+// Kel_Bad, and ERANGE as the error number for the error text of the exit line.
+template <typename Variant> bool CopyRequest(Variant* pVariant, const uint8_t* pBuffer, uint32_t aSize)
 {
-    if (aSize > Q310_SEND_DATA_SIZE)
+    if (aSize > sizeof(pVariant->sendBuffer))
     {
         errno = ERANGE;
         return false;
     }
-    memcpy(SendBuffer, pBuffer, aSize);
-    aBytesWrited = static_cast<uint8_t>(aSize);
+    memcpy(pVariant->sendBuffer, pBuffer, aSize);
+    pVariant->sendLength = static_cast<uint8_t>(aSize);
     return true;
 }
 
@@ -87,15 +86,19 @@ Kel_StatusCode SerialEchoRead(const Kel_TraceScope& kelScope, Kel_P_Serial_Conte
                           aEchoSize, pBuffer, aSize, aTimeout, pBytesReaded);
 }
 
-// The channel variants on a serial port: the three operations bound, the port taken as a hardware port.
-template <auto Write, auto Read, auto Clear>
-Kel_StatusCode BindSerialVariant(const Kel_TraceScope& kelScope, Kel_P_Serial_Context* pSerialContext,
+// The channel variants on a serial port: the record bound to the port and made the channel's context,
+// the three operations bound, the port taken as a hardware port.
+template <auto Write, auto Read, auto Clear, typename Variant>
+Kel_StatusCode BindSerialVariant(const Kel_TraceScope& kelScope, Variant* pVariant,
+                                 Kel_P_Serial_Context* pSerialContext,
                                  Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_REJECT_NULL(pSerialChannelContext);
     KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    pVariant->pSerialContext = pSerialContext;
     *pSerialChannelContext = Kel_SerialChannel_Context{
-        .pContext = pSerialContext,
+        .pContext = pVariant,
         .type = KEL_SERIALCHANNEL_TYPE_VARIANT,
         .pWrite = Kel_SerialChannel_Bind<Write>::Call,
         .pRead = Kel_SerialChannel_Bind<Read>::Call,
@@ -106,12 +109,13 @@ Kel_StatusCode BindSerialVariant(const Kel_TraceScope& kelScope, Kel_P_Serial_Co
 }
 
 // The purge of every serial variant: the port's own.
-Kel_StatusCode ClearSerialVariant(const Kel_TraceScope& kelScope, Kel_P_Serial_Context* pSerialContext,
-                                  uint32_t aInput)
+template <typename Variant>
+Kel_StatusCode ClearSerialVariant(const Kel_TraceScope& kelScope, Variant* pVariant, uint32_t aInput)
 {
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     Kel_StatusCode status = Kel_Good;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Clear_Buffer(pSerialContext, aInput));
+    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Clear_Buffer(pVariant->pSerialContext, aInput));
     KEL_EXIT(status);
 }
 } // namespace
@@ -196,42 +200,51 @@ Kel_StatusCode Kel_Echo_Remove(const uint8_t* pReceived, uint32_t aReceived, con
 
 // Creation of the variants.
 
-Kel_StatusCode Kel_SerialChannel_CreateContext_EchoRS485(Kel_P_Serial_Context* pSerialContext,
+Kel_StatusCode Kel_SerialChannel_CreateContext_EchoRS485(Kel_EchoRS485_Context* pVariant,
+                                                         Kel_P_Serial_Context* pSerialContext,
                                                          Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_ENTER(Kel_Module_SerialChannel);
     return BindSerialVariant<Kel_P_Serial_EchoRS485_Write, Kel_P_Serial_EchoRS485_Read,
-                             Kel_P_Serial_EchoRS485_Clear_Buffer>(kelScope, pSerialContext,
+                             Kel_P_Serial_EchoRS485_Clear_Buffer>(kelScope, pVariant, pSerialContext,
                                                                   pSerialChannelContext);
 }
 
-Kel_StatusCode Kel_SerialChannel_CreateContext_EchoGSM(Kel_P_Serial_Context* pSerialContext,
+Kel_StatusCode Kel_SerialChannel_CreateContext_EchoGSM(Kel_EchoGSM_Context* pVariant,
+                                                       Kel_P_Serial_Context* pSerialContext,
                                                        Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_ENTER(Kel_Module_SerialChannel);
     return BindSerialVariant<Kel_P_Serial_EchoGSM_Write, Kel_P_Serial_EchoGSM_Read,
-                             Kel_P_Serial_EchoGSM_Clear_Buffer>(kelScope, pSerialContext,
+                             Kel_P_Serial_EchoGSM_Clear_Buffer>(kelScope, pVariant, pSerialContext,
                                                                 pSerialChannelContext);
 }
 
-Kel_StatusCode Kel_SerialChannel_CreateContext_GatewayGSM(Kel_P_Serial_Context* pSerialContext,
+Kel_StatusCode Kel_SerialChannel_CreateContext_GatewayGSM(Kel_GatewayGSM_Context* pVariant,
+                                                          Kel_P_Serial_Context* pSerialContext,
                                                           Kel_SerialChannel_Context* pSerialChannelContext)
 {
     KEL_ENTER(Kel_Module_SerialChannel);
     return BindSerialVariant<Kel_P_Serial_GatewayGSM_Write, Kel_P_Serial_GatewayGSM_Read,
-                             Kel_P_Serial_GatewayGSM_Clear_Buffer>(kelScope, pSerialContext,
+                             Kel_P_Serial_GatewayGSM_Clear_Buffer>(kelScope, pVariant, pSerialContext,
                                                                    pSerialChannelContext);
 }
 
-Kel_StatusCode Kel_SerialChannel_CreateContextTcpClient(Kel_P_Tcp_Context* pTcpContext,
+Kel_StatusCode Kel_SerialChannel_CreateContextTcpClient(Kel_TcpBridge_Context* pVariant,
+                                                        Kel_P_Tcp_Context* pTcpContext,
+                                                        const Kel_P_Serial_CommTimeouts* pCommTimeOuts,
                                                         Kel_SerialChannel_Context* pSerialChannelContext)
 {
     // Traced under the name this function has always had in the trace, with "TCP" in capitals.
     KEL_ENTER_AS(Kel_Module_SerialChannel, "Kel_SerialChannel_CreateContextTCPClient");
     KEL_REJECT_NULL(pSerialChannelContext);
     KEL_REJECT_NULL(pTcpContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL(pCommTimeOuts);
+    pVariant->pTcpContext = pTcpContext;
+    pVariant->pCommTimeOuts = pCommTimeOuts;
     *pSerialChannelContext = Kel_SerialChannel_Context{
-        .pContext = pTcpContext,
+        .pContext = pVariant,
         .type = KEL_SERIALCHANNEL_TYPE_VARIANT,
         .pWrite = Kel_SerialChannel_Bind<Kel_P_Tcp_Serial_Bridge_Write>::Call,
         .pRead = Kel_SerialChannel_Bind<Kel_P_Tcp_Serial_Bridge_Read>::Call,
@@ -242,88 +255,96 @@ Kel_StatusCode Kel_SerialChannel_CreateContextTcpClient(Kel_P_Tcp_Context* pTcpC
 
 // RS-485 with echo.
 
-Kel_StatusCode Kel_P_Serial_EchoRS485_Write(Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
+Kel_StatusCode Kel_P_Serial_EchoRS485_Write(Kel_EchoRS485_Context* pVariant, const uint8_t* pBuffer,
                                             uint32_t aSize, uint32_t aTimeout, uint32_t* pWritten)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pWritten);
     // The line's own result is not looked at: whether the request went out shows in its echo.
-    Kel_P_Serial_Write(pSerialContext, pBuffer, aSize, aTimeout, pWritten);
+    Kel_P_Serial_Write(pVariant->pSerialContext, pBuffer, aSize, aTimeout, pWritten);
     KEL_EXIT(Kel_Good);
 }
 
-Kel_StatusCode Kel_P_Serial_EchoRS485_Read(Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer,
-                                           uint32_t aSize, uint32_t aTimeout, uint32_t* pBytesReaded)
+Kel_StatusCode Kel_P_Serial_EchoRS485_Read(Kel_EchoRS485_Context* pVariant, uint8_t* pBuffer, uint32_t aSize,
+                                           uint32_t aTimeout, uint32_t* pBytesReaded)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pBytesReaded);
-    const uint32_t echoSize =
-        pTransportOutFrame != KEL_NULL && pTransportOutFrameIndex != KEL_NULL ? *pTransportOutFrameIndex : 0;
-    return SerialEchoRead(kelScope, pSerialContext, pTransportOutFrame, echoSize, pBuffer, aSize, aTimeout,
-                          pBytesReaded);
+    const uint32_t echoSize = pVariant->pEchoFrame != KEL_NULL && pVariant->pEchoFrameLength != KEL_NULL
+                                  ? *pVariant->pEchoFrameLength
+                                  : 0;
+    return SerialEchoRead(kelScope, pVariant->pSerialContext, pVariant->pEchoFrame, echoSize, pBuffer, aSize,
+                          aTimeout, pBytesReaded);
 }
 
-Kel_StatusCode Kel_P_Serial_EchoRS485_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
+Kel_StatusCode Kel_P_Serial_EchoRS485_Clear_Buffer(Kel_EchoRS485_Context* pVariant, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    return ClearSerialVariant(kelScope, pSerialContext, aInput);
+    return ClearSerialVariant(kelScope, pVariant, aInput);
 }
 
 // GSM data call with echo.
 
-Kel_StatusCode Kel_P_Serial_EchoGSM_Write(Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
+Kel_StatusCode Kel_P_Serial_EchoGSM_Write(Kel_EchoGSM_Context* pVariant, const uint8_t* pBuffer,
                                           uint32_t aSize, uint32_t aTimeout, uint32_t* pWritten)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pWritten);
-    if (!CopyRequest(pBuffer, aSize))
+    if (!CopyRequest(pVariant, pBuffer, aSize))
         return Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_Bad, strerror(errno));
     // A write the port refuses is passed up; otherwise the whole request counts as written (the echo
     // read shows whether it really went out).
     uint32_t written = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pSerialContext, SendBuffer, aSize, aTimeout, &written));
+    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pVariant->pSerialContext, pVariant->sendBuffer, aSize,
+                                               aTimeout, &written));
     *pWritten = aSize;
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_P_Serial_EchoGSM_Read(Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer,
-                                         uint32_t aSize, uint32_t aTimeout, uint32_t* pBytesReaded)
+Kel_StatusCode Kel_P_Serial_EchoGSM_Read(Kel_EchoGSM_Context* pVariant, uint8_t* pBuffer, uint32_t aSize,
+                                         uint32_t aTimeout, uint32_t* pBytesReaded)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pBytesReaded);
-    return SerialEchoRead(kelScope, pSerialContext, SendBuffer, aBytesWrited, pBuffer, aSize, aTimeout,
-                          pBytesReaded);
+    return SerialEchoRead(kelScope, pVariant->pSerialContext, pVariant->sendBuffer, pVariant->sendLength,
+                          pBuffer, aSize, aTimeout, pBytesReaded);
 }
 
-Kel_StatusCode Kel_P_Serial_EchoGSM_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
+Kel_StatusCode Kel_P_Serial_EchoGSM_Clear_Buffer(Kel_EchoGSM_Context* pVariant, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    return ClearSerialVariant(kelScope, pSerialContext, aInput);
+    return ClearSerialVariant(kelScope, pVariant, aInput);
 }
 
 // GSM gateway.
 
-Kel_StatusCode Kel_P_Serial_GatewayGSM_Write(Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
+Kel_StatusCode Kel_P_Serial_GatewayGSM_Write(Kel_GatewayGSM_Context* pVariant, const uint8_t* pBuffer,
                                              uint32_t aSize, uint32_t aTimeout, uint32_t* pWritten)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pWritten);
     Kel_StatusCode status = Kel_Good;
-    if (PORT == 0)
+    if (pVariant->port == 0)
     {
         // The gateway's own dialogue goes raw.
-        KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pSerialContext, pBuffer, aSize, aTimeout, pWritten));
+        KEL_GOTO_IF_BAD(status,
+                        Kel_P_Serial_Write(pVariant->pSerialContext, pBuffer, aSize, aTimeout, pWritten));
         KEL_EXIT(status);
     }
     // A request over 64 bytes has no packet: it fails here and nothing is sent (a packet around it
@@ -333,43 +354,48 @@ Kel_StatusCode Kel_P_Serial_GatewayGSM_Write(Kel_P_Serial_Context* pSerialContex
         errno = ERANGE;
         return Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_Bad, strerror(errno));
     }
-    ++NUM;
-    status = Kel_GatewayGSM_BuildPacket(pBuffer, aSize, static_cast<uint16_t>(NUM & 0xFFFFu), PORT,
-                                        SendBuffer, sizeof(SendBuffer));
+    ++pVariant->packetNumber;
+    status =
+        Kel_GatewayGSM_BuildPacket(pBuffer, aSize, static_cast<uint16_t>(pVariant->packetNumber & 0xFFFFu),
+                                   pVariant->port, pVariant->sendBuffer, sizeof(pVariant->sendBuffer));
     if (Kel_IsBad(status))
         return Kel_Trace_ExitBadError(kelScope, __LINE__, status, strerror(errno));
     const uint32_t packetSize = aSize + Q310_GATEWAY_OVERHEAD;
-    KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, SendBuffer, packetSize,
+    KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, pVariant->sendBuffer, packetSize,
                    "Kel_P_Serial_GatewayGSM_Write, Timeout=%d Data=", static_cast<int>(aTimeout));
     // A write the port refuses is passed up; a packet that went out counts as the request written.
     uint32_t written = 0;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pSerialContext, SendBuffer, packetSize, aTimeout, &written));
+    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Write(pVariant->pSerialContext, pVariant->sendBuffer, packetSize,
+                                               aTimeout, &written));
     *pWritten = aSize;
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_P_Serial_GatewayGSM_Read(Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer,
+Kel_StatusCode Kel_P_Serial_GatewayGSM_Read(Kel_GatewayGSM_Context* pVariant, uint8_t* pBuffer,
                                             uint32_t aSize, uint32_t aTimeout, uint32_t* pBytesReaded)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pSerialContext, "pSerialContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pBytesReaded);
-    if (PORT == 0)
+    if (pVariant->port == 0)
     {
         // The first answer of the gateway comes raw; from now on every exchange is packed.
-        Kel_P_Serial_Read(pSerialContext, pBuffer, aSize, aTimeout, pBytesReaded);
-        PORT = 1;
+        Kel_P_Serial_Read(pVariant->pSerialContext, pBuffer, aSize, aTimeout, pBytesReaded);
+        pVariant->port = 1;
         KEL_EXIT(Kel_Good);
     }
     uint8_t answer[Q310_GATEWAY_READ_SIZE];
     uint32_t received = 0;
     Kel_StatusCode status = Kel_Good;
-    KEL_GOTO_IF_BAD(status, Kel_P_Serial_Read(pSerialContext, answer, sizeof(answer), aTimeout, &received));
+    KEL_GOTO_IF_BAD(status,
+                    Kel_P_Serial_Read(pVariant->pSerialContext, answer, sizeof(answer), aTimeout, &received));
     *pBytesReaded = 0;
-    status = Kel_GatewayGSM_TakeAnswer(answer, received, SendBuffer[3], pBuffer, aSize, pBytesReaded);
+    const uint8_t packetNumberLow = pVariant->sendBuffer[3];
+    status = Kel_GatewayGSM_TakeAnswer(answer, received, packetNumberLow, pBuffer, aSize, pBytesReaded);
     // An answer to another packet: refused, traced at level 4 like the differing echo.
-    if (status == Kel_Bad && received >= Q310_GATEWAY_OVERHEAD && answer[3] != SendBuffer[3])
+    if (status == Kel_Bad && received >= Q310_GATEWAY_OVERHEAD && answer[3] != packetNumberLow)
         KEL_EXIT(status);
     if (status == Kel_BadCommunicationError)
         KEL_GOTO_CODE(Kel_BadCommunicationError);
@@ -379,57 +405,62 @@ Kel_StatusCode Kel_P_Serial_GatewayGSM_Read(Kel_P_Serial_Context* pSerialContext
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_P_Serial_GatewayGSM_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
+Kel_StatusCode Kel_P_Serial_GatewayGSM_Clear_Buffer(Kel_GatewayGSM_Context* pVariant, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    return ClearSerialVariant(kelScope, pSerialContext, aInput);
+    return ClearSerialVariant(kelScope, pVariant, aInput);
 }
 
 // TCP serial bridge.
 
-Kel_StatusCode Kel_P_Tcp_Serial_Bridge_Write(Kel_P_Tcp_Context* pTcpContext, const uint8_t* pBuffer,
+Kel_StatusCode Kel_P_Tcp_Serial_Bridge_Write(Kel_TcpBridge_Context* pVariant, const uint8_t* pBuffer,
                                              uint32_t aSize, uint32_t aTimeout, uint32_t* pWritten)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pTcpContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pTcpContext, "pTcpContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pWritten);
     (void)aTimeout; // the socket layer waits by its own rule
-    if (!CopyRequest(pBuffer, aSize))
+    if (!CopyRequest(pVariant, pBuffer, aSize))
         return Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_Bad, strerror(errno));
-    const Kel_StatusCode status = Kel_P_Tcp_Write(pTcpContext, SendBuffer, aSize);
+    const Kel_StatusCode status = Kel_P_Tcp_Write(pVariant->pTcpContext, pVariant->sendBuffer, aSize);
     if (Kel_IsBad(status))
         return Kel_Trace_ExitBadError(kelScope, __LINE__, status, strerror(errno));
     *pWritten = aSize;
     KEL_EXIT(status);
 }
 
-Kel_StatusCode Kel_P_Tcp_Serial_Bridge_Read(Kel_P_Tcp_Context* pTcpContext, uint8_t* pBuffer, uint32_t aSize,
+Kel_StatusCode Kel_P_Tcp_Serial_Bridge_Read(Kel_TcpBridge_Context* pVariant, uint8_t* pBuffer, uint32_t aSize,
                                             uint32_t aTimeout, uint32_t* pBytesReaded)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pTcpContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pTcpContext, "pTcpContext");
     KEL_REJECT_NULL(pBuffer);
     KEL_REJECT_NULL(pBytesReaded);
-    const uint32_t socketTimeout = glCommTimeOuts.ReadTotalTimeoutConstant;
+    KEL_REJECT_NULL_AS(pVariant->pCommTimeOuts, "pCommTimeOuts");
+    const uint32_t socketTimeout = pVariant->pCommTimeOuts->ReadTotalTimeoutConstant;
     Kel_StatusCode status = Kel_Good;
-    if (TCPEchoFlag == 0)
+    if (pVariant->echo == 0)
     {
-        KEL_GOTO_IF_BAD(status, Kel_P_Tcp_Read(pTcpContext, socketTimeout, pBuffer, aSize, pBytesReaded));
+        KEL_GOTO_IF_BAD(status,
+                        Kel_P_Tcp_Read(pVariant->pTcpContext, socketTimeout, pBuffer, aSize, pBytesReaded));
         KEL_EXIT(status);
     }
     uint8_t received[Q310_ECHO_READ_SIZE];
     uint32_t count = 0;
     // The read's own status is not looked at: what arrived decides, through the echo removal.
-    Kel_P_Tcp_Read(pTcpContext, socketTimeout, received, sizeof(received), &count);
+    Kel_P_Tcp_Read(pVariant->pTcpContext, socketTimeout, received, sizeof(received), &count);
     return FinishEchoRead(kelScope, "Kel_P_Tcp_Serial_Bridge_Read, Timeout=%d Data=", received, count,
-                          SendBuffer, aBytesWrited, pBuffer, aSize, aTimeout, pBytesReaded);
+                          pVariant->sendBuffer, pVariant->sendLength, pBuffer, aSize, aTimeout, pBytesReaded);
 }
 
-Kel_StatusCode Kel_P_Tcp_Serial_Bridge_Clear_Buffer(Kel_P_Tcp_Context* pTcpContext, uint32_t aInput)
+Kel_StatusCode Kel_P_Tcp_Serial_Bridge_Clear_Buffer(Kel_TcpBridge_Context* pVariant, uint32_t aInput)
 {
     KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pTcpContext);
+    KEL_REJECT_NULL(pVariant);
+    KEL_REJECT_NULL_AS(pVariant->pTcpContext, "pTcpContext");
     (void)aInput; // a socket has no buffer of this layer to purge
     KEL_EXIT(Kel_Good);
 }

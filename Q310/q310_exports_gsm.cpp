@@ -22,27 +22,30 @@ constexpr auto kGatewayText = Kel_Cp1251("Запрос на запись реж�
 
 constexpr uint32_t kAnswerSize = KEL_ZENTOR1PHASE_IN_BUFFER_SIZE;
 
+// The session whose channel these commands use.
+Q310_Session& session = q310Session;
+
 uint8_t* Answer()
 {
-    return clientContext.ApplicationContext.inBuffer;
+    return session.clientContext.ApplicationContext.inBuffer;
 }
 uint32_t WriteTimeout()
 {
-    return clientContext.ApplicationContext.transport.writeTimeout;
+    return session.clientContext.ApplicationContext.transport.writeTimeout;
 }
 uint32_t ReadTimeout()
 {
-    return clientContext.ApplicationContext.transport.readTimeout;
+    return session.clientContext.ApplicationContext.transport.readTimeout;
 }
 
 Kel_StatusCode Clear()
 {
-    return Kel_SerialChannel_ClearBuffer(&serialChannelMeter, 1);
+    return Kel_SerialChannel_ClearBuffer(&session.channel, 1);
 }
 Kel_StatusCode Write(const void* pData, uint32_t aSize)
 {
     uint32_t written = 0;
-    return Kel_SerialChannel_Write(&serialChannelMeter, static_cast<const uint8_t*>(pData), aSize,
+    return Kel_SerialChannel_Write(&session.channel, static_cast<const uint8_t*>(pData), aSize,
                                    WriteTimeout(), &written);
 }
 // One read into the client's input buffer; the count is also kept as the buffer's answer length.
@@ -50,8 +53,8 @@ Kel_StatusCode ReadOnce(uint32_t* pReceived)
 {
     *pReceived = 0;
     const Kel_StatusCode status =
-        Kel_SerialChannel_Read(&serialChannelMeter, Answer(), kAnswerSize, ReadTimeout(), pReceived);
-    clientContext.ApplicationContext.inBufferIndex = *pReceived;
+        Kel_SerialChannel_Read(&session.channel, Answer(), kAnswerSize, ReadTimeout(), pReceived);
+    session.clientContext.ApplicationContext.inBufferIndex = *pReceived;
     return status;
 }
 
@@ -188,7 +191,7 @@ extern "C" int32_t Q310_CALL eDisconnectGSM(char* outErr)
     Q310_EXPORT_ENTER(eDisconnectGSM);
     Q310_REJECT_NULL(outErr);
     // Back to the plain serial channel, whatever GSM variant was in use.
-    Kel_StatusCode status = Kel_SerialChannel_CreateContext(&aSerialContextMeter, &serialChannelMeter);
+    Kel_StatusCode status = Kel_SerialChannel_CreateContext(&session.serialContext, &session.channel);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kDisconnectText);
     status = Clear();
@@ -199,9 +202,9 @@ extern "C" int32_t Q310_CALL eDisconnectGSM(char* outErr)
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kDisconnectText);
     // The modem's echo of the escape: read on until it has come whole (it may come in pieces, or not
     // at all from a modem that has already left data mode), for at most the client's answer time.
-    if (EchoMode != 0)
+    if (session.echoMode != 0)
     {
-        status = AwaitEcho("+++", clientContext.ApplicationContext.transport.answerTimeout);
+        status = AwaitEcho("+++", session.clientContext.ApplicationContext.transport.answerTimeout);
         if (Kel_IsBad(status))
             return Q310_FailWith(kelScope, __LINE__, status, outErr, kDisconnectText);
     }
@@ -212,7 +215,7 @@ extern "C" int32_t Q310_CALL eSetEchoMode(uint32_t mode, char* outErr)
 {
     Q310_EXPORT_ENTER(eSetEchoMode);
     Q310_REJECT_NULL(outErr);
-    EchoMode = mode;
+    session.echoMode = mode;
     if (FixedCommand(kelScope, mode != 0 ? "ATE1\r" : "ATE0\r", outErr, kEchoText) != 1)
         return 0;
     return FixedCommand(kelScope, "AT&W\r", outErr, kEchoText);
@@ -368,9 +371,9 @@ extern "C" int32_t Q310_CALL eWriteATDtoGSM(const char* PhoneNumber, uint32_t le
     Q310_REJECT_NULL(outErr);
     if (length > 12)
         return 0;
-    const uint32_t savedReadTotal = glCommTimeOuts.ReadTotalTimeoutConstant;
-    glCommTimeOuts.ReadTotalTimeoutConstant = seconds * 1000;
-    if (Kel_P_Serial_SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts) == 0)
+    const uint32_t savedReadTotal = session.commTimeOuts.ReadTotalTimeoutConstant;
+    session.commTimeOuts.ReadTotalTimeoutConstant = seconds * 1000;
+    if (Kel_P_Serial_SetCommTimeouts(session.serialContext.port_fd, &session.commTimeOuts) == 0)
         return Q310_FailExpr(kelScope, __LINE__,
                              "SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts)==0", outErr,
                              kDialText);
@@ -387,8 +390,8 @@ extern "C" int32_t Q310_CALL eWriteATDtoGSM(const char* PhoneNumber, uint32_t le
     // On failure the dial time-out stays in force until the next successful dial or eOpen.
     if (AwaitDialResult(kelScope, command, length + 3, static_cast<uint64_t>(seconds) * 1000, outErr) != 1)
         return 0;
-    glCommTimeOuts.ReadTotalTimeoutConstant = savedReadTotal;
-    if (Kel_P_Serial_SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts) == 0)
+    session.commTimeOuts.ReadTotalTimeoutConstant = savedReadTotal;
+    if (Kel_P_Serial_SetCommTimeouts(session.serialContext.port_fd, &session.commTimeOuts) == 0)
         return Q310_FailExpr(kelScope, __LINE__,
                              "SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts)==0", outErr,
                              kDialText);
@@ -402,13 +405,14 @@ extern "C" int32_t Q310_CALL eWriteParamGSMLock(uint32_t baudRate, uint32_t data
     Q310_EXPORT_ENTER(eWriteParamGSMLock);
     Q310_REJECT_NULL(outErr);
     // The gateway's raw mode: this packet goes out as built, and the next read switches to packets.
-    PORT = 0;
+    session.gatewayGSM.port = 0;
     uint8_t data[4];
     Q310_GatewayParameters(baudRate, dataBits, stopBits, option3, option4, timeout, lock, data);
-    ++NUM;
+    ++session.gatewayGSM.packetNumber;
     uint8_t packet[13];
     Kel_StatusCode status =
-        Kel_GatewayGSM_BuildPacket(data, sizeof(data), static_cast<uint16_t>(NUM), 0, packet, sizeof(packet));
+        Kel_GatewayGSM_BuildPacket(data, sizeof(data), static_cast<uint16_t>(session.gatewayGSM.packetNumber),
+                                   0, packet, sizeof(packet));
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kGatewayText);
     status = Clear();

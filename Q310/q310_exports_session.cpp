@@ -16,10 +16,8 @@ constexpr auto kOpenText = Kel_Cp1251("Запрос на открытие кан
 constexpr auto kTcpOpenText = Kel_Cp1251("Запрос на открытие TCP/IP сокета: Ошибка.");
 static_assert(kOpenText.length == 53 && kTcpOpenText.length == 41);
 
-// Whether eOpen has put a port into aSerialContextMeter. The zeroed context of a session that never
-// called eOpen holds handle 0, which eClose must not close (on POSIX it is the process's standard
-// input).
-bool serialPortCreated = false;
+// The session these exports open, close and switch.
+Q310_Session& session = q310Session;
 } // namespace
 
 Kel_StatusCode Q310_StartTracing()
@@ -108,50 +106,50 @@ extern "C" int32_t Q310_CALL eOpen(int32_t portNumber, const char* mode, const u
     Kel_StatusCode status = Q310_StartTracing();
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
-    snprintf(glCommPortName, sizeof(glCommPortName), "COM%d", portNumber);
-    glCommTimeOuts.ReadIntervalTimeout = pCommTimeOuts[0];
-    glCommTimeOuts.ReadTotalTimeoutMultiplier = pCommTimeOuts[1];
-    glCommTimeOuts.ReadTotalTimeoutConstant = pCommTimeOuts[2];
-    glCommTimeOuts.WriteTotalTimeoutMultiplier = pCommTimeOuts[3];
-    glCommTimeOuts.WriteTotalTimeoutConstant = pCommTimeOuts[4];
+    snprintf(session.commPortName, sizeof(session.commPortName), "COM%d", portNumber);
+    session.commTimeOuts.ReadIntervalTimeout = pCommTimeOuts[0];
+    session.commTimeOuts.ReadTotalTimeoutMultiplier = pCommTimeOuts[1];
+    session.commTimeOuts.ReadTotalTimeoutConstant = pCommTimeOuts[2];
+    session.commTimeOuts.WriteTotalTimeoutMultiplier = pCommTimeOuts[3];
+    session.commTimeOuts.WriteTotalTimeoutConstant = pCommTimeOuts[4];
 
     Q310_Mode parsed{};
-    parsed.baudRate = gl_dcb.BaudRate;
-    parsed.dataBits = gl_dcb.ByteSize;
-    parsed.stopBits = gl_dcb.StopBits;
+    parsed.baudRate = session.dcb.BaudRate;
+    parsed.dataBits = session.dcb.ByteSize;
+    parsed.stopBits = session.dcb.StopBits;
     if (!Q310_ParseMode(mode, &parsed))
         return Q310_FailWith(kelScope, __LINE__, Kel_BadInvalidArgument, outErr, kOpenText);
-    gl_dcb.BaudRate = parsed.baudRate;
-    gl_dcb.ByteSize = parsed.dataBits;
-    gl_dcb.StopBits = parsed.stopBits;
+    session.dcb.BaudRate = parsed.baudRate;
+    session.dcb.ByteSize = parsed.dataBits;
+    session.dcb.StopBits = parsed.stopBits;
 
     // A second eOpen without eClose creates the context over the old one and leaves the old port open.
-    status = Kel_P_Serial_CreateContext(&aSerialContextMeter);
+    status = Kel_P_Serial_CreateContext(&session.serialContext);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
-    serialPortCreated = true;
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Open '%s'\n", glCommPortName);
-    status = Kel_P_Serial_Open(glCommPortName, 1, &aSerialContextMeter);
+    session.serialPortCreated = true;
+    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Open '%s'\n", session.commPortName);
+    status = Kel_P_Serial_Open(session.commPortName, 1, &session.serialContext);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
-    if (Kel_P_Serial_SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts) == 0)
+    if (Kel_P_Serial_SetCommTimeouts(session.serialContext.port_fd, &session.commTimeOuts) == 0)
         return Q310_FailExpr(kelScope, __LINE__,
                              "SetCommTimeouts(aSerialContextMeter.port_fd, &glCommTimeOuts)==0", outErr,
                              kOpenText);
-    if (Kel_P_Serial_GetCommState(aSerialContextMeter.port_fd, &aSerialContextMeter.dcb) == 0)
+    if (Kel_P_Serial_GetCommState(session.serialContext.port_fd, &session.serialContext.dcb) == 0)
         return Q310_FailExpr(kelScope, __LINE__,
                              "(GetCommState(aSerialContextMeter.port_fd,&aSerialContextMeter.dcb)==0)",
                              outErr, kOpenText);
-    Q310_ApplyMode(parsed, &aSerialContextMeter.dcb);
-    Kel_P_Serial_SetCommState(aSerialContextMeter.port_fd, &aSerialContextMeter.dcb);
-    status = Kel_P_Stopwatch_Restart(&aStopwatchContextMeter);
+    Q310_ApplyMode(parsed, &session.serialContext.dcb);
+    Kel_P_Serial_SetCommState(session.serialContext.port_fd, &session.serialContext.dcb);
+    status = Kel_P_Stopwatch_Restart(&session.stopwatch);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
-    status = Kel_SerialChannel_CreateContext(&aSerialContextMeter, &serialChannelMeter);
+    status = Kel_SerialChannel_CreateContext(&session.serialContext, &session.channel);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
-    Kel_P_Serial_Set_Signal(&aSerialContextMeter, KEL_SERIAL_SIGNAL_DTR);
-    status = Kel_P_Serial_Set_Signal(&aSerialContextMeter, KEL_SERIAL_SIGNAL_RTS);
+    Kel_P_Serial_Set_Signal(&session.serialContext, KEL_SERIAL_SIGNAL_DTR);
+    status = Kel_P_Serial_Set_Signal(&session.serialContext, KEL_SERIAL_SIGNAL_RTS);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kOpenText);
     return 1;
@@ -165,15 +163,15 @@ extern "C" int32_t Q310_CALL eTcpOpen(int32_t tcpPort, const char* ipAddress, ui
     Q310_REJECT_NULL(ipAddress);
     Q310_REJECT_NULL(outErr);
     // Kept even when a later step fails.
-    glCommTimeOuts.ReadTotalTimeoutConstant = readTimeout;
+    session.commTimeOuts.ReadTotalTimeoutConstant = readTimeout;
     Kel_StatusCode status = Q310_StartTracing();
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
-    status = Kel_SerialChannel_CreateContextTcpClient(&client_socket_context, &serialChannelMeter);
+    status = Kel_SerialChannel_CreateContextTcpClient(&session.tcpBridge, &session.socket,
+                                                      &session.commTimeOuts, &session.channel);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
-    status = Kel_P_Tcp_Client_Create(&client_socket_context, ipAddress, static_cast<uint16_t>(tcpPort),
-                                     readTimeout);
+    status = Kel_P_Tcp_Client_Create(&session.socket, ipAddress, static_cast<uint16_t>(tcpPort), readTimeout);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kTcpOpenText);
     return 1;
@@ -185,22 +183,22 @@ extern "C" int32_t Q310_CALL eClose(uint32_t reserved, char* outErr)
     Q310_EXPORT_ENTER(eClose);
     Q310_REJECT_NULL(outErr);
     int32_t result = 1;
-    Kel_StatusCode status = Kel_P_Tcp_Close(&client_socket_context);
+    Kel_StatusCode status = Kel_P_Tcp_Close(&session.socket);
     if (Kel_IsBad(status))
     {
         Kel_Trace_GotoBad(kelScope, __LINE__, status);
         result = 0;
     }
-    if (serialPortCreated)
+    if (session.serialPortCreated)
     {
-        status = Kel_P_Serial_Close(&aSerialContextMeter);
+        status = Kel_P_Serial_Close(&session.serialContext);
         if (Kel_IsBad(status))
         {
             Kel_Trace_GotoBad(kelScope, __LINE__, status);
             result = 0;
         }
         else
-            serialPortCreated = false;
+            session.serialPortCreated = false;
     }
     Kel_Trace_Finalize();
     return result;
@@ -209,11 +207,11 @@ extern "C" int32_t Q310_CALL eClose(uint32_t reserved, char* outErr)
 extern "C" int32_t Q310_CALL eSetEchoFlag(uint32_t flag)
 {
     Q310_EXPORT_ENTER(eSetEchoFlag);
-    EchoFlag = flag;
+    session.echoFlag = flag;
     if (flag != 0)
     {
-        const Kel_StatusCode status =
-            Kel_SerialChannel_CreateContext_EchoRS485(&aSerialContextMeter, &serialChannelMeter);
+        const Kel_StatusCode status = Kel_SerialChannel_CreateContext_EchoRS485(
+            &session.echoRS485, &session.serialContext, &session.channel);
         if (Kel_IsBad(status))
             Kel_Trace_GotoBad(kelScope, __LINE__, status);
     }
@@ -223,12 +221,14 @@ extern "C" int32_t Q310_CALL eSetEchoFlag(uint32_t flag)
 extern "C" int32_t Q310_CALL eSetGSMFlag(uint32_t mode)
 {
     Q310_EXPORT_ENTER(eSetGSMFlag);
-    GSMFlag = mode;
+    session.gsmFlag = mode;
     Kel_StatusCode status = Kel_Good;
     if (mode == Q310_GSM_DATA_CALL)
-        status = Kel_SerialChannel_CreateContext_EchoGSM(&aSerialContextMeter, &serialChannelMeter);
+        status = Kel_SerialChannel_CreateContext_EchoGSM(&session.echoGSM, &session.serialContext,
+                                                         &session.channel);
     else if (mode == Q310_GSM_GATEWAY)
-        status = Kel_SerialChannel_CreateContext_GatewayGSM(&aSerialContextMeter, &serialChannelMeter);
+        status = Kel_SerialChannel_CreateContext_GatewayGSM(&session.gatewayGSM, &session.serialContext,
+                                                            &session.channel);
     if (Kel_IsBad(status))
     {
         Kel_Trace_GotoBad(kelScope, __LINE__, status);
@@ -240,11 +240,11 @@ extern "C" int32_t Q310_CALL eSetGSMFlag(uint32_t mode)
 extern "C" int32_t Q310_CALL eSetTcpFlag(uint32_t tcpFlag, uint32_t tcpEchoFlag)
 {
     Q310_EXPORT_ENTER(eSetTcpFlag);
-    TCPFlag = tcpFlag;
-    TCPEchoFlag = tcpEchoFlag;
+    session.tcpFlag = tcpFlag;
+    session.tcpBridge.echo = tcpEchoFlag;
     if (tcpFlag == 0)
     {
-        const Kel_StatusCode status = Kel_P_Tcp_Close(&client_socket_context);
+        const Kel_StatusCode status = Kel_P_Tcp_Close(&session.socket);
         if (Kel_IsBad(status))
             Kel_Trace_GotoBad(kelScope, __LINE__, status);
     }

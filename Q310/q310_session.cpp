@@ -1,28 +1,9 @@
-// The process-wide session state.
+// The process's session.
 #include "Q310/q310_session.h"
 
-Kel_P_Serial_Context aSerialContextMeter;
-Kel_P_Serial_DCB gl_dcb;
-Kel_SerialChannel_Context serialChannelMeter;
-char glCommPortName[Q310_COMM_PORT_NAME_SIZE];
-Kel_P_Serial_CommTimeouts glCommTimeOuts;
-uint32_t EchoFlag;
-uint32_t GSMFlag;
-uint32_t TCPFlag;
-uint32_t TCPEchoFlag;
-uint32_t EchoMode;
-uint8_t SendBuffer[Q310_SEND_BUFFER_SIZE];
-uint8_t aBytesWrited;
-uint8_t PORT;
-uint32_t NUM;
-Kel_Zentor1Phase_ClientContext clientContext;
-Kel_P_Stopwatch_Context aStopwatchContextMeter;
-constinit Kel_P_Tcp_Context client_socket_context = []
+constinit Q310_Session q310Session = []
 {
-    Kel_P_Tcp_Context closed{};
-    closed.socket_fd = KEL_TCP_INVALID_SOCKET;
-    return closed;
+    Q310_Session session{};
+    session.socket.socket_fd = KEL_TCP_INVALID_SOCKET;
+    return session;
 }();
-
-const uint8_t* pTransportOutFrame;
-const uint32_t* pTransportOutFrameIndex;

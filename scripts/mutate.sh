@@ -30,7 +30,7 @@ retry_count	protocols/orlenta/1phase/kel_zentor1phase_client.cpp	for (uint32_t a
 byte_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 0)] << 8) | pBuffer[At(aOffset, 1)]);	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 1)] << 8) | pBuffer[At(aOffset, 0)]);
 cp1251_byte	Q310/q310_exports_session.cpp	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.")	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибкa.")
 trace_text	shared/src/shared/kel_serialchannel.cpp	"Kel_SerialChannel_Read, Size=%d, Timeout=%d"	"Kel_SerialChannel_Read, Size=%d Timeout=%d"
-echo_length	Q310/q310_channels.cpp	? *pTransportOutFrameIndex : 0;	? *pTransportOutFrameIndex - 1 : 0;
+echo_length	Q310/q310_channels.cpp	? *pVariant->pEchoFrameLength	? *pVariant->pEchoFrameLength - 1
 crc24_init	Q310/q310_channels.cpp	constexpr uint32_t CRC24_INIT = 0xB704CEu;	constexpr uint32_t CRC24_INIT = 0xB704CFu;
 weekday_map	protocols/orlenta/1phase/kel_zentor1phase_tariff.cpp	const uint8_t weekDay = column == 0 ? 6 : static_cast<uint8_t>(column - 1);	const uint8_t weekDay = column == 0 ? 5 : static_cast<uint8_t>(column - 1);
 read_timeout	shared/src/shared/platform/posix/kel_p_serial.cpp	CommTimeouts.ReadTotalTimeoutConstant = 0;	CommTimeouts.ReadTotalTimeoutConstant = 10;

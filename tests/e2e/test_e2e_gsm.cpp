@@ -31,14 +31,14 @@ TEST_P(Gsm, DialTimeOutsAndAModemThatHangsUp)
     ASSERT_TRUE(OpenPath());
     ASSERT_EQ(eSetEchoMode(1, err), 1); // the hang-up then waits for the modem's echo of "+++"
     ASSERT_EQ(eWriteATDtoGSM("5550100", 7, 5, err), 1);
-    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, e2e::kTimeOuts[2]);
+    EXPECT_EQ(q310Session.commTimeOuts.ReadTotalTimeoutConstant, e2e::kTimeOuts[2]);
     ASSERT_EQ(eDisconnectGSM(err), 1);
     {
         auto lock = simulator->Lock();
         simulator->Line().Modem().dialResult = "NO CARRIER";
     }
     EXPECT_EQ(eWriteATDtoGSM("5550100", 7, 2, err), 0);
-    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, 2000u);
+    EXPECT_EQ(q310Session.commTimeOuts.ReadTotalTimeoutConstant, 2000u);
 
     {
         auto lock = simulator->Lock();

@@ -22,16 +22,16 @@ class SerialSession : public SessionTest
 TEST_P(SerialSession, LineSettingsAndTimeOutsAsWritten)
 {
     ASSERT_TRUE(OpenPath("baud=4800 parity=Odd data=7 stop=2 dtr=on rts=on"));
-    EXPECT_STREQ(glCommPortName, "COM7");
-    EXPECT_EQ(glCommTimeOuts.ReadIntervalTimeout, e2e::kTimeOuts[0]);
-    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, e2e::kTimeOuts[2]);
+    EXPECT_STREQ(q310Session.commPortName, "COM7");
+    EXPECT_EQ(q310Session.commTimeOuts.ReadIntervalTimeout, e2e::kTimeOuts[0]);
+    EXPECT_EQ(q310Session.commTimeOuts.ReadTotalTimeoutConstant, e2e::kTimeOuts[2]);
     // The port was really written: its speed reads back.
     Kel_P_Serial_DCB readBack{};
-    ASSERT_NE(Kel_P_Serial_GetCommState(aSerialContextMeter.port_fd, &readBack), 0);
+    ASSERT_NE(Kel_P_Serial_GetCommState(q310Session.serialContext.port_fd, &readBack), 0);
     EXPECT_EQ(readBack.BaudRate, 4800u);
     // The line settings of the session are what eReadSerialNumber gives the protocol client.
-    EXPECT_EQ(gl_dcb.BaudRate, 4800u);
-    EXPECT_EQ(gl_dcb.ByteSize, 7);
+    EXPECT_EQ(q310Session.dcb.BaudRate, 4800u);
+    EXPECT_EQ(q310Session.dcb.ByteSize, 7);
 }
 
 TEST_P(Session, TcpFlagStopsTracing)
@@ -44,8 +44,8 @@ TEST_P(Session, TcpFlagStopsTracing)
     EXPECT_NE(testing::internal::GetCapturedStdout().find("_eReadFrequency"), std::string::npos);
 
     EXPECT_EQ(eSetTcpFlag(1, 0), 0);
-    EXPECT_EQ(TCPFlag, 1u);
-    EXPECT_EQ(TCPEchoFlag, 0u);
+    EXPECT_EQ(q310Session.tcpFlag, 1u);
+    EXPECT_EQ(q310Session.tcpBridge.echo, 0u);
     testing::internal::CaptureStdout();
     ASSERT_EQ(eReadFrequency(0, text, err), 1);
     fflush(stdout);
@@ -59,12 +59,12 @@ TEST_P(Session, TcpFlagZeroClosesTheSocket)
         GTEST_SKIP() << "TCP only";
     ASSERT_TRUE(OpenSession());
     EXPECT_EQ(eSetTcpFlag(0, 0), 0);
-    EXPECT_EQ(client_socket_context.socket_fd, KEL_TCP_INVALID_SOCKET);
+    EXPECT_EQ(q310Session.socket.socket_fd, KEL_TCP_INVALID_SOCKET);
     char text[32] = {};
     EXPECT_EQ(eReadFrequency(0, text, err), 0);
     // A refused eTcpOpen (nothing listens on port 1) keeps its read time-out all the same.
     EXPECT_EQ(eTcpOpen(1, "127.0.0.1", 0, 432, err), 0);
-    EXPECT_EQ(glCommTimeOuts.ReadTotalTimeoutConstant, 432u);
+    EXPECT_EQ(q310Session.commTimeOuts.ReadTotalTimeoutConstant, 432u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, Session, e2e::kBothPaths, e2e::PathName);

@@ -2,7 +2,6 @@
 // byte. The variants that use them are driven end to end against the simulator's gateway, modem and
 // RS-485 echo lines (tests/e2e, tests/dll).
 #include "Q310/q310_channels.h"
-#include "Q310/q310_session.h"
 #include "shared/kel_trace.h"
 
 #include <gtest/gtest.h>

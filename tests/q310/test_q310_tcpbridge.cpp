@@ -1,8 +1,7 @@
 // The TCP bridge variant on loopback: the test's listener plays the bridge. Requests go out as they
 // are; with the echo flag the bridge's echo is taken off the answer, and the trace shows what the
-// caller gets.
+// caller gets. The test holds the bridge's record, socket and time-outs itself, apart from the session.
 #include "Q310/q310_channels.h"
-#include "Q310/q310_session.h"
 #include "shared/kel_trace.h"
 
 #include "shared/trace_capture.h"
@@ -20,7 +19,7 @@
 namespace
 {
 
-// The session's socket connected to a listener of the test, and the bridge channel on it.
+// A socket connected to a listener of the test, and the bridge channel on it.
 class Bridge : public ::testing::Test
 {
 protected:
@@ -36,18 +35,16 @@ protected:
                 port = candidate;
         }
         ASSERT_NE(port, 0);
-        ASSERT_EQ(Kel_P_Tcp_Client_Create(&client_socket_context, "127.0.0.1", port, 1000), Kel_Good);
+        ASSERT_EQ(Kel_P_Tcp_Client_Create(&client, "127.0.0.1", port, 1000), Kel_Good);
         ASSERT_EQ(Kel_P_Tcp_Server_Accept(&server, &peer), Kel_Good);
-        ASSERT_EQ(Kel_SerialChannel_CreateContextTcpClient(&client_socket_context, &channel), Kel_Good);
-        glCommTimeOuts.ReadTotalTimeoutConstant = 300;
+        ASSERT_EQ(Kel_SerialChannel_CreateContextTcpClient(&bridge, &client, &timeOuts, &channel), Kel_Good);
+        timeOuts.ReadTotalTimeoutConstant = 300;
     }
     void TearDown() override
     {
-        Kel_P_Tcp_Close(&client_socket_context);
+        Kel_P_Tcp_Close(&client);
         Kel_P_Tcp_Close(&peer);
         Kel_P_Tcp_Close(&server);
-        TCPEchoFlag = 0;
-        glCommTimeOuts = Kel_P_Serial_CommTimeouts{};
     }
 
     // What the bridge received.
@@ -74,6 +71,9 @@ protected:
 
     Kel_P_Tcp_Context server{};
     Kel_P_Tcp_Context peer{};
+    Kel_P_Tcp_Context client{};
+    Kel_P_Serial_CommTimeouts timeOuts{};
+    Kel_TcpBridge_Context bridge{};
     Kel_SerialChannel_Context channel{};
 };
 
@@ -83,13 +83,17 @@ const std::vector<uint8_t> request{0x00, 0x00, 0x00, 0x2A, 0x01, 0xC1, 0x8E};
 TEST(BridgeCreation, TracedUnderItsCapitalisedNameAndWithoutLock)
 {
     Kel_P_Tcp_Context socket{};
+    Kel_P_Serial_CommTimeouts timeOuts{};
+    Kel_TcpBridge_Context bridge{};
     Kel_SerialChannel_Context channel{};
     channel.lockCreated = 1;
     channel.baudRate = 9600;
     TraceCapture trace("bridge_creation.txt");
-    EXPECT_EQ(Kel_SerialChannel_CreateContextTcpClient(&socket, &channel), Kel_Good);
-    EXPECT_EQ(Kel_SerialChannel_CreateContextTcpClient(nullptr, &channel), Kel_BadInvalidArgument);
-    EXPECT_EQ(Kel_SerialChannel_CreateContextTcpClient(&socket, nullptr), Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_SerialChannel_CreateContextTcpClient(&bridge, &socket, &timeOuts, &channel), Kel_Good);
+    EXPECT_EQ(Kel_SerialChannel_CreateContextTcpClient(&bridge, nullptr, &timeOuts, &channel),
+              Kel_BadInvalidArgument);
+    EXPECT_EQ(Kel_SerialChannel_CreateContextTcpClient(&bridge, &socket, &timeOuts, nullptr),
+              Kel_BadInvalidArgument);
     const std::string text = trace.Stop();
     EXPECT_EQ(Messages(text),
               "--> Kel_Module_SerialChannel::Kel_SerialChannel_CreateContextTCPClient (0x00000009)|"
@@ -99,8 +103,10 @@ TEST(BridgeCreation, TracedUnderItsCapitalisedNameAndWithoutLock)
               "--> Kel_Module_SerialChannel::Kel_SerialChannel_CreateContextTCPClient (0x00000009)|"
               "<-- ReturnError: Arg pSerialChannelContext is NULL!|");
     EXPECT_NE(text.find("<-- ReturnError: Arg pTcpContext is NULL!\n, File=Q310, Line="), std::string::npos);
-    // A fresh variant: no lock of its own.
+    // A fresh variant: no lock of its own; its context is the bridge's record, bound to the socket.
     EXPECT_EQ(channel.lockCreated, 0u);
+    EXPECT_EQ(channel.pContext, &bridge);
+    EXPECT_EQ(bridge.pTcpContext, &socket);
 }
 
 TEST_F(Bridge, WithoutEchoTheBytesPassUntouched)
@@ -108,8 +114,8 @@ TEST_F(Bridge, WithoutEchoTheBytesPassUntouched)
     uint32_t written = 0;
     ASSERT_EQ(Write(request, &written), Kel_Good);
     EXPECT_EQ(written, request.size());
-    EXPECT_EQ(aBytesWrited, request.size());
-    EXPECT_EQ(0, memcmp(SendBuffer, request.data(), request.size()));
+    EXPECT_EQ(bridge.sendLength, request.size());
+    EXPECT_EQ(0, memcmp(bridge.sendBuffer, request.data(), request.size()));
     EXPECT_EQ(Take(), request);
 
     // The bridge's bytes, whatever they are, reach the caller as they are.
@@ -120,7 +126,7 @@ TEST_F(Bridge, WithoutEchoTheBytesPassUntouched)
     EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + count), request);
 
     // The socket read waits for word 3 of the host's time-outs, not the read's own time-out.
-    glCommTimeOuts.ReadTotalTimeoutConstant = 600;
+    timeOuts.ReadTotalTimeoutConstant = 600;
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(Read(buffer, sizeof(buffer), &count), Kel_Good);
     EXPECT_EQ(count, 0u);
@@ -135,7 +141,7 @@ TEST_F(Bridge, WithoutEchoTheBytesPassUntouched)
 
 TEST_F(Bridge, WithEchoTheEchoIsRemoved)
 {
-    TCPEchoFlag = 1;
+    bridge.echo = 1;
     uint32_t written = 0;
     ASSERT_EQ(Write(request, &written), Kel_Good);
     EXPECT_EQ(Take(), request);
