@@ -289,15 +289,15 @@ class RawEchoReference
 {
 public:
     RawEchoReference(const uint8_t* pRequest, const uint32_t* pLength)
-        : savedFrame(pTransportOutFrame), savedLength(pTransportOutFrameIndex)
+        : savedFrame(q310Session.echoRS485.pEchoFrame), savedLength(q310Session.echoRS485.pEchoFrameLength)
     {
-        pTransportOutFrame = pRequest;
-        pTransportOutFrameIndex = pLength;
+        q310Session.echoRS485.pEchoFrame = pRequest;
+        q310Session.echoRS485.pEchoFrameLength = pLength;
     }
     ~RawEchoReference()
     {
-        pTransportOutFrame = savedFrame;
-        pTransportOutFrameIndex = savedLength;
+        q310Session.echoRS485.pEchoFrame = savedFrame;
+        q310Session.echoRS485.pEchoFrameLength = savedLength;
     }
     RawEchoReference(const RawEchoReference&) = delete;
     RawEchoReference& operator=(const RawEchoReference&) = delete;
@@ -326,9 +326,9 @@ int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requ
     *answerLength = 0;
     const RawEchoReference echoReference(request, &requestLength);
     uint32_t written = 0;
-    Q310_REQUEST(Kel_SerialChannel_ClearBuffer(&serialChannelMeter, 1), kWriteData);
+    Q310_REQUEST(Kel_SerialChannel_ClearBuffer(&q310Session.channel, 1), kWriteData);
     Q310_REQUEST(
-        Kel_SerialChannel_Write(&serialChannelMeter, request, requestLength, kRawWriteTimeout, &written),
+        Kel_SerialChannel_Write(&q310Session.channel, request, requestLength, kRawWriteTimeout, &written),
         kWriteData);
     Kel_P_Stopwatch_Context stopwatch{};
     Q310_REQUEST(Kel_P_Stopwatch_Restart(&stopwatch), kWriteData);
@@ -336,7 +336,7 @@ int32_t Q310_CALL eWriteData(uint32_t adr, const uint8_t* request, uint32_t requ
     while (received < size)
     {
         uint32_t got = 0;
-        const Kel_StatusCode status = Kel_SerialChannel_Read(&serialChannelMeter, answer + received,
+        const Kel_StatusCode status = Kel_SerialChannel_Read(&q310Session.channel, answer + received,
                                                              size - received, kRawReadTimeout, &got);
         if (Kel_IsBad(status) && received > 0)
             break;

@@ -111,13 +111,14 @@ extern "C" int32_t Q310_CALL eReadSerialNumber(uint32_t adr, char* serialNumber,
     Q310_REJECT_NULL(outErr);
     // Baud rate and data bits of the session's line settings; parity 0, one stop bit, no flow control.
     Kel_StatusCode status =
-        Kel_Zentor1Phase_Client_CreateContext(&clientContext, &serialChannelMeter, adr, 1000, 1000, 1000,
-                                              gl_dcb.BaudRate, 0, gl_dcb.ByteSize, 1, 0);
+        Kel_Zentor1Phase_Client_CreateContext(&clientContext, &q310Session.channel, adr, 1000, 1000, 1000,
+                                              q310Session.dcb.BaudRate, 0, q310Session.dcb.ByteSize, 1, 0);
     if (Kel_IsBad(status))
         return Q310_FailWith(kelScope, __LINE__, status, outErr, kSerialText);
     Kel_Zentor1Phase_Client_SetReadTimeout(&clientContext, 100);
     // The echoing RS-485 line compares what comes back with the transport's last frame.
-    Kel_Zentor1Phase_Client_LastFrame(&clientContext, &pTransportOutFrame, &pTransportOutFrameIndex);
+    Kel_Zentor1Phase_Client_LastFrame(&clientContext, &q310Session.echoRS485.pEchoFrame,
+                                      &q310Session.echoRS485.pEchoFrameLength);
     char serial[10] = {};
     status = Kel_Zentor1Phase_Client_ReadSerial(&clientContext, serial, sizeof(serial));
     if (Kel_IsBad(status))

@@ -63,10 +63,5 @@ static_assert(std::is_trivially_copyable_v<Q310_Session>, "the session is a plai
 // The process's session.
 extern Q310_Session q310Session;
 
-// Names the other export files still use for members of the session; they go once those files name
-// the members themselves.
-inline Kel_SerialChannel_Context& serialChannelMeter = q310Session.channel;
+// The session's protocol client under the name every data export uses.
 inline Kel_Zentor1Phase_ClientContext& clientContext = q310Session.clientContext;
-inline Kel_P_Serial_DCB& gl_dcb = q310Session.dcb;
-inline const uint8_t*& pTransportOutFrame = q310Session.echoRS485.pEchoFrame;
-inline const uint32_t*& pTransportOutFrameIndex = q310Session.echoRS485.pEchoFrameLength;
