@@ -4,6 +4,7 @@
 #define KEL_TRACE_FILE "Q310"
 #include "Q310/q310_channels.h"
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_export_texts.h"
 #include "Q310/q310_exports_session.h"
 #include "Q310/q310_session.h"
 
@@ -11,15 +12,6 @@
 
 namespace
 {
-constexpr auto kDisconnectText = Kel_Cp1251("Запрос на разрыв GSM соединения: Нет ответа.");
-constexpr auto kEchoText = Kel_Cp1251("Запрос на запись AT команды ECHO: Нет ответа.");
-constexpr auto kAtzText = Kel_Cp1251("Запрос на запись AT команды ATZ: Нет ответа.");
-constexpr auto kCbstText = Kel_Cp1251("Запрос на запись AT команды AT+CBST: Нет ответа.");
-constexpr auto kAtd2Text = Kel_Cp1251("Запрос на запись AT команды AT&D2: Нет ответа.");
-constexpr auto kAts7Text = Kel_Cp1251("Запрос на запись AT команды ATS7=60: Нет ответа.");
-constexpr auto kDialText = Kel_Cp1251("Дозвон по GSM каналу CSD режим: ошибка ");
-constexpr auto kGatewayText = Kel_Cp1251("Запрос на запись режима GSM: Нет ответа.");
-
 constexpr uint32_t kAnswerSize = KEL_ZENTOR1PHASE_IN_BUFFER_SIZE;
 
 // The session whose channel these commands use.

@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_export_texts.h"
 #include "Q310/q310_session.h"
 #include "protocols/orlenta/1phase/kel_zentor1phase_events.h"
 #include "shared/kel_serialchannel.h"
@@ -21,11 +22,6 @@
 
 namespace
 {
-constexpr auto kReadJournal = Kel_Cp1251("Запрос на чтение журнала событий: Нет ответа.");
-constexpr auto kReadPke = Kel_Cp1251("Запрос на чтение журнала качества электроэнергии: Нет ответа.");
-constexpr auto kReadProfile = Kel_Cp1251("Запрос на чтение профиля мощности: Нет ответа.");
-constexpr auto kWriteData = Kel_Cp1251("Запрос на передачу данных: Нет ответа.");
-
 constexpr uint32_t kBlocks = 6;
 constexpr uint32_t kSlotsPerBlock = 8;
 constexpr uint32_t kJournalLastIndex = 63;

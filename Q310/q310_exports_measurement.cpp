@@ -2,6 +2,7 @@
 // the session's protocol client. eReadSerialNumber creates that client.
 #define KEL_TRACE_FILE "Q310"
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_export_texts.h"
 #include "Q310/q310_session.h"
 
 #include <cstdio>
@@ -9,32 +10,7 @@
 
 namespace
 {
-constexpr auto kSerialText = Kel_Cp1251("Запрос на чтение серийного номера: Нет ответа.");
-constexpr auto kUipText = Kel_Cp1251("Запрос на чтение напряжения тока и мощности: Нет ответа.");
-constexpr auto kFrequencyText = Kel_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
-constexpr auto kPowerQ316Text = Kel_Cp1251("Запрос на чтение потребляемой реактивной мощности: Нет ответа.");
-constexpr auto kCosText = Kel_Cp1251("Запрос на чтение коэффициента мощности: Нет ответа.");
-constexpr auto kEnergyText = Kel_Cp1251("Запрос на чтение энергии от сброса по тарифам: Нет ответа.");
-constexpr auto kEnergyQ316Text = Kel_Cp1251("Запрос на чтение реактивной энергии от сброса: Нет ответа.");
-// Both month reads carry the same text.
-constexpr auto kMonthText = Kel_Cp1251("Запрос на чтение реактивной энергии по месяцам: Нет ответа.");
-constexpr auto kMaxCurrentText = Kel_Cp1251("Запрос на чтение максимума тока: Нет ответа.");
-constexpr auto kMaxPowerText = Kel_Cp1251("Запрос на чтение максимума мощности: Нет ответа.");
-constexpr auto kResetMaxText = Kel_Cp1251("Запрос на сброс максимумов: Нет ответа.");
-constexpr auto kSoftVersionText = Kel_Cp1251("Запрос на чтение версии ПО: Нет ответа.");
-constexpr auto kIdentPoText = Kel_Cp1251("Запрос на чтение идентификатора ПО: Нет ответа.");
-constexpr auto kOutputDateText = Kel_Cp1251("Запрос на чтение даты изготовления: Нет ответа.");
-constexpr auto kRunningTimeText =
-    Kel_Cp1251("Запрос на чтение времени работы счетчика/батарейки: Нет ответа.");
-constexpr auto kBatteryText = Kel_Cp1251("Запрос на чтение напряжения на батарейке: Нет ответа.");
-constexpr auto kTypeStateText =
-    Kel_Cp1251("Запрос на чтение типа однофазного счетчика и варианта исполнения: Нет ответа.");
 static_assert(kTypeStateText.length == 77, "the longest message: 78 bytes with the terminator");
-constexpr auto kVariantText = Kel_Cp1251("Запрос на чтение варианта исполнения: Нет ответа.");
-constexpr auto kPlcText = Kel_Cp1251("Запрос на чтение PLC-I: Нет ответа.");
-constexpr auto kCurrentTimeText = Kel_Cp1251("Запрос на чтение текущего времени: Нет ответа.");
-constexpr auto kTimeOnOffText =
-    Kel_Cp1251("Запрос на чтение журнала событий вкл./выкл. и откр./закр. : Нет ответа.");
 
 // Weekday names by the meter's weekday number, each in a 12-byte slot (the longest, Воскресенье, is
 // 11 bytes).

@@ -2,6 +2,7 @@
 #define KEL_TRACE_FILE "Q310"
 #include "Q310/q310_channels.h"
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_export_texts.h"
 #include "Q310/q310_exports_session.h"
 #include "Q310/q310_session.h"
 #include "shared/platform/kel_p_trace.h"
@@ -12,8 +13,6 @@
 
 namespace
 {
-constexpr auto kOpenText = Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
-constexpr auto kTcpOpenText = Kel_Cp1251("Запрос на открытие TCP/IP сокета: Ошибка.");
 static_assert(kOpenText.length == 53 && kTcpOpenText.length == 41);
 
 // The session these exports open, close and switch.

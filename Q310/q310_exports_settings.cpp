@@ -9,30 +9,10 @@
 #include <ctime>
 
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_export_texts.h"
 
 namespace
 {
-constexpr auto kReadParamDisplay = Kel_Cp1251("Запрос на чтение параметров индикации дисплея: Нет ответа.");
-constexpr auto kWriteParamDisplay = Kel_Cp1251("Запрос на запись параметров индикации: Нет ответа.");
-constexpr auto kReadAddParamDisplay =
-    Kel_Cp1251("Запрос на чтение дополнительных параметров индикации: Нет ответа.");
-constexpr auto kWriteAddParamDisplay =
-    Kel_Cp1251("Запрос на запись дополнительных параметров индикации: Нет ответа.");
-constexpr auto kReadIndicationTime = Kel_Cp1251("Запрос на чтение времени индикации: Нет ответа.");
-constexpr auto kWriteIndicationTime = Kel_Cp1251("Запрос на запись времени индикации: Нет ответа.");
-constexpr auto kSynchronizeTime = Kel_Cp1251("Запрос на синхронизацию времени: Нет ответа.");
-constexpr auto kReadPowerLimit = Kel_Cp1251("Запрос на чтение лимита мощности: Нет ответа.");
-constexpr auto kWritePowerLimit = Kel_Cp1251("Запрос на запись лимита мощности: Нет ответа.");
-constexpr auto kReadPowerLimitMode = Kel_Cp1251("Запрос на чтение режима лимита мощности: Нет ответа.");
-constexpr auto kWritePowerLimitMode = Kel_Cp1251("Запрос на запись режима лимита мощности: Нет ответа.");
-constexpr auto kReadEnergyRateLimit = Kel_Cp1251("Запрос на чтение лимита энергии: Нет ответа.");
-constexpr auto kWriteEnergyRateLimit = Kel_Cp1251("Запрос на запись лимита энергии: Нет ответа.");
-constexpr auto kReadReleMode = Kel_Cp1251("Запрос на чтение режима работы реле нагрузки: Нет ответа.");
-constexpr auto kWriteReleMode = Kel_Cp1251("Запрос на запись режима работы реле нагрузки: Нет ответа.");
-constexpr auto kWriteAddress = Kel_Cp1251("Запрос на запись сетевого адреса: Нет ответа.");
-constexpr auto kReadMultMode = Kel_Cp1251("Запрос на чтение множителя таймаута: Нет ответа.");
-constexpr auto kResetDeviceBat = Kel_Cp1251("Запрос на сброс времени работы батарейки: Нет ответа.");
-
 // Relay control mode bytes on the wire.
 constexpr uint8_t kRelayAuto = 0x55;
 constexpr uint8_t kRelayOn = 0xAA;

@@ -12,55 +12,17 @@
 #include <initializer_list>
 
 #include "Q310/q310_export_support.h"
+#include "Q310/q310_export_texts.h"
 #include "shared/kel_utils.h"
 
 namespace
 {
-constexpr auto kReadRateScale = Kel_Cp1251("Запрос на чтение тарифного расписания: Нет ответа.");
-constexpr auto kWriteRateScale = Kel_Cp1251("Запрос на запись тарифного расписания: Нет ответа.");
-constexpr auto kWriteWeekendScale = Kel_Cp1251("Запрос на запись расписания праздничных дней: Нет ответа.");
-constexpr auto kReadWeekendScale = Kel_Cp1251("Запрос на чтение расписания праздничных дней: Нет ответа.");
-constexpr auto kWriteTSFast = Kel_Cp1251("Запрос на быструю запись тарифного расписания: Нет ответа.");
-constexpr auto kWriteModeTariffProfile = Kel_Cp1251("Запрос на запись режима работы профиля: Нет ответа.");
-
-constexpr auto kM0 = Kel_Cp1251("Январь");
-constexpr auto kM1 = Kel_Cp1251("Февраль");
-constexpr auto kM2 = Kel_Cp1251("Март");
-constexpr auto kM3 = Kel_Cp1251("Апрель");
-constexpr auto kM4 = Kel_Cp1251("Май");
-constexpr auto kM5 = Kel_Cp1251("Июнь");
-constexpr auto kM6 = Kel_Cp1251("Июль");
-constexpr auto kM7 = Kel_Cp1251("Август");
-constexpr auto kM8 = Kel_Cp1251("Сентябрь");
-constexpr auto kM9 = Kel_Cp1251("Октябрь");
-constexpr auto kM10 = Kel_Cp1251("Ноябрь");
-constexpr auto kM11 = Kel_Cp1251("Декабрь");
 const char* const kMonthNames[Q310_MONTHS] = {kM0.text, kM1.text, kM2.text, kM3.text, kM4.text,  kM5.text,
                                               kM6.text, kM7.text, kM8.text, kM9.text, kM10.text, kM11.text};
 
-constexpr auto kD0 = Kel_Cp1251("Понедельник");
-constexpr auto kD1 = Kel_Cp1251("Вторник");
-constexpr auto kD2 = Kel_Cp1251("Среда");
-constexpr auto kD3 = Kel_Cp1251("Четверг");
-constexpr auto kD4 = Kel_Cp1251("Пятница");
-constexpr auto kD5 = Kel_Cp1251("Суббота");
-constexpr auto kD6 = Kel_Cp1251("Воскресенье");
-constexpr auto kD7 = Kel_Cp1251("Праздник");
 const char* const kDayKindNames[Q310_DAY_KINDS] = {kD0.text, kD1.text, kD2.text, kD3.text,
                                                    kD4.text, kD5.text, kD6.text, kD7.text};
 
-constexpr auto kG1 = Kel_Cp1251("января");
-constexpr auto kG2 = Kel_Cp1251("февраля");
-constexpr auto kG3 = Kel_Cp1251("марта");
-constexpr auto kG4 = Kel_Cp1251("апреля");
-constexpr auto kG5 = Kel_Cp1251("мая");
-constexpr auto kG6 = Kel_Cp1251("июня");
-constexpr auto kG7 = Kel_Cp1251("июля");
-constexpr auto kG8 = Kel_Cp1251("августа");
-constexpr auto kG9 = Kel_Cp1251("сентября");
-constexpr auto kG10 = Kel_Cp1251("октября");
-constexpr auto kG11 = Kel_Cp1251("ноября");
-constexpr auto kG12 = Kel_Cp1251("декабря");
 const char* const kGenitiveMonthNames[Q310_MONTHS + 1] = {"",        kG1.text,  kG2.text, kG3.text, kG4.text,
                                                           kG5.text,  kG6.text,  kG7.text, kG8.text, kG9.text,
                                                           kG10.text, kG11.text, kG12.text};

@@ -1,0 +1,123 @@
+// The host's messages of the exports, in one place: UTF-8 here, Windows-1251 in the library (converted
+// at compile time). Each is written into the host's outErr when its request fails.
+#pragma once
+
+#include "shared/kel_cp1251.h"
+
+// GSM modem
+inline constexpr auto kDisconnectText = Kel_Cp1251("Запрос на разрыв GSM соединения: Нет ответа.");
+inline constexpr auto kEchoText = Kel_Cp1251("Запрос на запись AT команды ECHO: Нет ответа.");
+inline constexpr auto kAtzText = Kel_Cp1251("Запрос на запись AT команды ATZ: Нет ответа.");
+inline constexpr auto kCbstText = Kel_Cp1251("Запрос на запись AT команды AT+CBST: Нет ответа.");
+inline constexpr auto kAtd2Text = Kel_Cp1251("Запрос на запись AT команды AT&D2: Нет ответа.");
+inline constexpr auto kAts7Text = Kel_Cp1251("Запрос на запись AT команды ATS7=60: Нет ответа.");
+inline constexpr auto kDialText = Kel_Cp1251("Дозвон по GSM каналу CSD режим: ошибка ");
+inline constexpr auto kGatewayText = Kel_Cp1251("Запрос на запись режима GSM: Нет ответа.");
+
+// Journals, profiles, raw exchange
+inline constexpr auto kReadJournal = Kel_Cp1251("Запрос на чтение журнала событий: Нет ответа.");
+inline constexpr auto kReadPke = Kel_Cp1251("Запрос на чтение журнала качества электроэнергии: Нет ответа.");
+inline constexpr auto kReadProfile = Kel_Cp1251("Запрос на чтение профиля мощности: Нет ответа.");
+inline constexpr auto kWriteData = Kel_Cp1251("Запрос на передачу данных: Нет ответа.");
+
+// Measurement reads
+inline constexpr auto kSerialText = Kel_Cp1251("Запрос на чтение серийного номера: Нет ответа.");
+inline constexpr auto kUipText = Kel_Cp1251("Запрос на чтение напряжения тока и мощности: Нет ответа.");
+inline constexpr auto kFrequencyText = Kel_Cp1251("Запрос на чтение частоты сети: Нет ответа.");
+inline constexpr auto kPowerQ316Text =
+    Kel_Cp1251("Запрос на чтение потребляемой реактивной мощности: Нет ответа.");
+inline constexpr auto kCosText = Kel_Cp1251("Запрос на чтение коэффициента мощности: Нет ответа.");
+inline constexpr auto kEnergyText = Kel_Cp1251("Запрос на чтение энергии от сброса по тарифам: Нет ответа.");
+inline constexpr auto kEnergyQ316Text =
+    Kel_Cp1251("Запрос на чтение реактивной энергии от сброса: Нет ответа.");
+// Both month reads carry the same text.
+inline constexpr auto kMonthText = Kel_Cp1251("Запрос на чтение реактивной энергии по месяцам: Нет ответа.");
+inline constexpr auto kMaxCurrentText = Kel_Cp1251("Запрос на чтение максимума тока: Нет ответа.");
+inline constexpr auto kMaxPowerText = Kel_Cp1251("Запрос на чтение максимума мощности: Нет ответа.");
+inline constexpr auto kResetMaxText = Kel_Cp1251("Запрос на сброс максимумов: Нет ответа.");
+inline constexpr auto kSoftVersionText = Kel_Cp1251("Запрос на чтение версии ПО: Нет ответа.");
+inline constexpr auto kIdentPoText = Kel_Cp1251("Запрос на чтение идентификатора ПО: Нет ответа.");
+inline constexpr auto kOutputDateText = Kel_Cp1251("Запрос на чтение даты изготовления: Нет ответа.");
+inline constexpr auto kRunningTimeText =
+    Kel_Cp1251("Запрос на чтение времени работы счетчика/батарейки: Нет ответа.");
+inline constexpr auto kBatteryText = Kel_Cp1251("Запрос на чтение напряжения на батарейке: Нет ответа.");
+inline constexpr auto kTypeStateText =
+    Kel_Cp1251("Запрос на чтение типа однофазного счетчика и варианта исполнения: Нет ответа.");
+inline constexpr auto kVariantText = Kel_Cp1251("Запрос на чтение варианта исполнения: Нет ответа.");
+inline constexpr auto kPlcText = Kel_Cp1251("Запрос на чтение PLC-I: Нет ответа.");
+inline constexpr auto kCurrentTimeText = Kel_Cp1251("Запрос на чтение текущего времени: Нет ответа.");
+inline constexpr auto kTimeOnOffText =
+    Kel_Cp1251("Запрос на чтение журнала событий вкл./выкл. и откр./закр. : Нет ответа.");
+
+// Session
+inline constexpr auto kOpenText = Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.");
+inline constexpr auto kTcpOpenText = Kel_Cp1251("Запрос на открытие TCP/IP сокета: Ошибка.");
+
+// Settings
+inline constexpr auto kReadParamDisplay =
+    Kel_Cp1251("Запрос на чтение параметров индикации дисплея: Нет ответа.");
+inline constexpr auto kWriteParamDisplay = Kel_Cp1251("Запрос на запись параметров индикации: Нет ответа.");
+inline constexpr auto kReadAddParamDisplay =
+    Kel_Cp1251("Запрос на чтение дополнительных параметров индикации: Нет ответа.");
+inline constexpr auto kWriteAddParamDisplay =
+    Kel_Cp1251("Запрос на запись дополнительных параметров индикации: Нет ответа.");
+inline constexpr auto kReadIndicationTime = Kel_Cp1251("Запрос на чтение времени индикации: Нет ответа.");
+inline constexpr auto kWriteIndicationTime = Kel_Cp1251("Запрос на запись времени индикации: Нет ответа.");
+inline constexpr auto kSynchronizeTime = Kel_Cp1251("Запрос на синхронизацию времени: Нет ответа.");
+inline constexpr auto kReadPowerLimit = Kel_Cp1251("Запрос на чтение лимита мощности: Нет ответа.");
+inline constexpr auto kWritePowerLimit = Kel_Cp1251("Запрос на запись лимита мощности: Нет ответа.");
+inline constexpr auto kReadPowerLimitMode =
+    Kel_Cp1251("Запрос на чтение режима лимита мощности: Нет ответа.");
+inline constexpr auto kWritePowerLimitMode =
+    Kel_Cp1251("Запрос на запись режима лимита мощности: Нет ответа.");
+inline constexpr auto kReadEnergyRateLimit = Kel_Cp1251("Запрос на чтение лимита энергии: Нет ответа.");
+inline constexpr auto kWriteEnergyRateLimit = Kel_Cp1251("Запрос на запись лимита энергии: Нет ответа.");
+inline constexpr auto kReadReleMode = Kel_Cp1251("Запрос на чтение режима работы реле нагрузки: Нет ответа.");
+inline constexpr auto kWriteReleMode =
+    Kel_Cp1251("Запрос на запись режима работы реле нагрузки: Нет ответа.");
+inline constexpr auto kWriteAddress = Kel_Cp1251("Запрос на запись сетевого адреса: Нет ответа.");
+inline constexpr auto kReadMultMode = Kel_Cp1251("Запрос на чтение множителя таймаута: Нет ответа.");
+inline constexpr auto kResetDeviceBat = Kel_Cp1251("Запрос на сброс времени работы батарейки: Нет ответа.");
+
+// Tariff zones and holidays
+inline constexpr auto kReadRateScale = Kel_Cp1251("Запрос на чтение тарифного расписания: Нет ответа.");
+inline constexpr auto kWriteRateScale = Kel_Cp1251("Запрос на запись тарифного расписания: Нет ответа.");
+inline constexpr auto kWriteWeekendScale =
+    Kel_Cp1251("Запрос на запись расписания праздничных дней: Нет ответа.");
+inline constexpr auto kReadWeekendScale =
+    Kel_Cp1251("Запрос на чтение расписания праздничных дней: Нет ответа.");
+inline constexpr auto kWriteTSFast = Kel_Cp1251("Запрос на быструю запись тарифного расписания: Нет ответа.");
+inline constexpr auto kWriteModeTariffProfile =
+    Kel_Cp1251("Запрос на запись режима работы профиля: Нет ответа.");
+inline constexpr auto kM0 = Kel_Cp1251("Январь");
+inline constexpr auto kM1 = Kel_Cp1251("Февраль");
+inline constexpr auto kM2 = Kel_Cp1251("Март");
+inline constexpr auto kM3 = Kel_Cp1251("Апрель");
+inline constexpr auto kM4 = Kel_Cp1251("Май");
+inline constexpr auto kM5 = Kel_Cp1251("Июнь");
+inline constexpr auto kM6 = Kel_Cp1251("Июль");
+inline constexpr auto kM7 = Kel_Cp1251("Август");
+inline constexpr auto kM8 = Kel_Cp1251("Сентябрь");
+inline constexpr auto kM9 = Kel_Cp1251("Октябрь");
+inline constexpr auto kM10 = Kel_Cp1251("Ноябрь");
+inline constexpr auto kM11 = Kel_Cp1251("Декабрь");
+inline constexpr auto kD0 = Kel_Cp1251("Понедельник");
+inline constexpr auto kD1 = Kel_Cp1251("Вторник");
+inline constexpr auto kD2 = Kel_Cp1251("Среда");
+inline constexpr auto kD3 = Kel_Cp1251("Четверг");
+inline constexpr auto kD4 = Kel_Cp1251("Пятница");
+inline constexpr auto kD5 = Kel_Cp1251("Суббота");
+inline constexpr auto kD6 = Kel_Cp1251("Воскресенье");
+inline constexpr auto kD7 = Kel_Cp1251("Праздник");
+inline constexpr auto kG1 = Kel_Cp1251("января");
+inline constexpr auto kG2 = Kel_Cp1251("февраля");
+inline constexpr auto kG3 = Kel_Cp1251("марта");
+inline constexpr auto kG4 = Kel_Cp1251("апреля");
+inline constexpr auto kG5 = Kel_Cp1251("мая");
+inline constexpr auto kG6 = Kel_Cp1251("июня");
+inline constexpr auto kG7 = Kel_Cp1251("июля");
+inline constexpr auto kG8 = Kel_Cp1251("августа");
+inline constexpr auto kG9 = Kel_Cp1251("сентября");
+inline constexpr auto kG10 = Kel_Cp1251("октября");
+inline constexpr auto kG11 = Kel_Cp1251("ноября");
+inline constexpr auto kG12 = Kel_Cp1251("декабря");
