@@ -28,7 +28,7 @@ length_check	protocols/orlenta/1phase/kel_zentor1phase_transport.cpp	if (receive
 bcd_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pByte = static_cast<uint8_t>(((aValue / 10) << 4) | (aValue % 10));	*pByte = static_cast<uint8_t>(((aValue % 10) << 4) | (aValue / 10));
 retry_count	protocols/orlenta/1phase/kel_zentor1phase_client.cpp	for (uint32_t attempt = 0; attempt < 3; ++attempt)	for (uint32_t attempt = 0; attempt < 2; ++attempt)
 byte_order	protocols/orlenta/1phase/kel_zentor1phase_utils.cpp	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 0)] << 8) | pBuffer[At(aOffset, 1)]);	*pValue = static_cast<uint16_t>((pBuffer[At(aOffset, 1)] << 8) | pBuffer[At(aOffset, 0)]);
-cp1251_byte	Q310/q310_exports_session.cpp	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.")	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибкa.")
+cp1251_byte	Q310/q310_export_texts.h	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибка.")	Kel_Cp1251("Запрос на открытие канала связи со счетчиком: Ошибкa.")
 trace_text	shared/src/shared/kel_serialchannel.cpp	"Kel_SerialChannel_Read, Size=%d, Timeout=%d"	"Kel_SerialChannel_Read, Size=%d Timeout=%d"
 echo_length	Q310/q310_channels.cpp	? *pVariant->pEchoFrameLength	? *pVariant->pEchoFrameLength - 1
 crc24_init	Q310/q310_channels.cpp	constexpr uint32_t CRC24_INIT = 0xB704CEu;	constexpr uint32_t CRC24_INIT = 0xB704CFu;
