@@ -66,7 +66,10 @@ int Kel_P_Tcp_Recv(int32_t aSocket, uint8_t* pBuffer, uint32_t aSize);
 bool Kel_P_Tcp_WouldBlock(const char** pExpression);
 // Closes the socket; false when that failed.
 bool Kel_P_Tcp_CloseSocket(int32_t aSocket);
-// Makes the socket a non-blocking listener on aPort of every local address.
-int Kel_P_Tcp_Listen(int32_t aSocket, uint16_t aPort);
+// A listening socket: its port may be taken again at once, it is bound to aPort of every local
+// address, and it listens.
+int Kel_P_Tcp_SetReuseAddress(int32_t aSocket);
+int Kel_P_Tcp_Bind(int32_t aSocket, uint16_t aPort);
+int Kel_P_Tcp_Listen(int32_t aSocket);
 // Accepts one pending connection; the peer's dotted address and port. KEL_TCP_INVALID_SOCKET on failure.
 int32_t Kel_P_Tcp_Accept(int32_t aServerSocket, char* pAddress, size_t aAddressSize, uint16_t* pPort);

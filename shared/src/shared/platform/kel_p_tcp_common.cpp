@@ -271,7 +271,15 @@ Kel_StatusCode Kel_P_Tcp_Server_Create(uint16_t aListenPort, Kel_P_Tcp_Context* 
     if (fd != KEL_TCP_INVALID_SOCKET)
     {
         pTcpContext->socket_fd = fd;
-        result = Kel_P_Tcp_Listen(fd, aListenPort);
+        result = Kel_P_Tcp_SetNoDelay(fd);
+        if (result != KEL_TCP_SOCKET_ERROR)
+            result = Kel_P_Tcp_SetReuseAddress(fd);
+        if (result != KEL_TCP_SOCKET_ERROR)
+            result = Kel_P_Tcp_SetNonBlocking(fd, true);
+        if (result != KEL_TCP_SOCKET_ERROR)
+            result = Kel_P_Tcp_Bind(fd, aListenPort);
+        if (result != KEL_TCP_SOCKET_ERROR)
+            result = Kel_P_Tcp_Listen(fd);
     }
     if (result == KEL_TCP_SOCKET_ERROR)
     {

@@ -149,25 +149,25 @@ bool Kel_P_Tcp_CloseSocket(int32_t aSocket)
     return !(result == SOCKET_ERROR && errno != EINTR);
 }
 
-int Kel_P_Tcp_Listen(int32_t aSocket, uint16_t aPort)
+int Kel_P_Tcp_SetReuseAddress(int32_t aSocket)
 {
     const int on = 1;
-    int result = Kel_P_Tcp_SetNoDelay(aSocket);
-    if (result != SOCKET_ERROR)
-        result =
-            Kel_P_Tcp_Retry([&] { return setsockopt(aSocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)); });
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_SetNonBlocking(aSocket, true);
+    return Kel_P_Tcp_Retry([&] { return setsockopt(aSocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)); });
+}
+
+int Kel_P_Tcp_Bind(int32_t aSocket, uint16_t aPort)
+{
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(aPort);
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_Retry(
-            [&] { return bind(aSocket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)); });
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_Retry([&] { return listen(aSocket, LISTEN_BACKLOG); });
-    return result;
+    return Kel_P_Tcp_Retry(
+        [&] { return bind(aSocket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)); });
+}
+
+int Kel_P_Tcp_Listen(int32_t aSocket)
+{
+    return Kel_P_Tcp_Retry([&] { return listen(aSocket, LISTEN_BACKLOG); });
 }
 
 int32_t Kel_P_Tcp_Accept(int32_t aServerSocket, char* pAddress, size_t aAddressSize, uint16_t* pPort)

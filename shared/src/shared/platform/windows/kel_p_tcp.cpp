@@ -217,29 +217,31 @@ bool Kel_P_Tcp_CloseSocket(int32_t aSocket)
     return Kel_P_Tcp_Retry([&] { return closesocket(ToSocket(aSocket)); }) != SOCKET_ERROR;
 }
 
-int Kel_P_Tcp_Listen(int32_t aSocket, uint16_t aPort)
+int Kel_P_Tcp_SetReuseAddress(int32_t aSocket)
 {
-    const SOCKET fd = ToSocket(aSocket);
     const BOOL on = TRUE;
-    int result = Kel_P_Tcp_SetNoDelay(aSocket);
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_Retry(
-            [&] {
-                return setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&on),
-                                  sizeof(on));
-            });
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_SetNonBlocking(aSocket, true);
+    return Kel_P_Tcp_Retry(
+        [&]
+        {
+            return setsockopt(ToSocket(aSocket), SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&on),
+                              sizeof(on));
+        });
+}
+
+int Kel_P_Tcp_Bind(int32_t aSocket, uint16_t aPort)
+{
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(aPort);
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_Retry(
-            [&] { return bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)); });
-    if (result != SOCKET_ERROR)
-        result = Kel_P_Tcp_Retry([&] { return listen(fd, LISTEN_BACKLOG); });
-    return result;
+    return Kel_P_Tcp_Retry(
+        [&]
+        { return bind(ToSocket(aSocket), reinterpret_cast<const sockaddr*>(&address), sizeof(address)); });
+}
+
+int Kel_P_Tcp_Listen(int32_t aSocket)
+{
+    return Kel_P_Tcp_Retry([&] { return listen(ToSocket(aSocket), LISTEN_BACKLOG); });
 }
 
 // An accepted socket inherits the listener's non-blocking mode; the shared Accept makes it blocking.
