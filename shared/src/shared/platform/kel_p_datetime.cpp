@@ -28,8 +28,8 @@ bool IsLeapYear(uint32_t aYear)
 
 // Seconds of local calendar fields (daylight saving decided by the C library). False when the C
 // library cannot convert them or the instant does not fit the record's signed 32-bit seconds.
-bool LocalFieldsToSeconds(int aYear, int aMonth, int aDay, int aHour, int aMinute, int aSecond,
-                          int32_t* pSeconds)
+// The C library's calendar fields of a date and time.
+tm CalendarFields(int aYear, int aMonth, int aDay, int aHour, int aMinute, int aSecond)
 {
     tm fields{};
     fields.tm_year = aYear - 1900;
@@ -38,6 +38,13 @@ bool LocalFieldsToSeconds(int aYear, int aMonth, int aDay, int aHour, int aMinut
     fields.tm_hour = aHour;
     fields.tm_min = aMinute;
     fields.tm_sec = aSecond;
+    return fields;
+}
+
+bool LocalFieldsToSeconds(int aYear, int aMonth, int aDay, int aHour, int aMinute, int aSecond,
+                          int32_t* pSeconds)
+{
+    tm fields = CalendarFields(aYear, aMonth, aDay, aHour, aMinute, aSecond);
     fields.tm_isdst = -1;
     int64_t seconds = 0;
     if (!Kel_P_DateTime_LocalSeconds(&fields, &seconds) || seconds < INT32_MIN || seconds > INT32_MAX)
@@ -170,4 +177,26 @@ Kel_StatusCode Kel_P_DateTime_GetHour(const DateTime* pDateTime, uint8_t* pHour)
     KEL_GOTO_IF_NULL(ptm, Kel_BadInternalError);
     *pHour = static_cast<uint8_t>(ptm->tm_hour);
     KEL_EXIT(Kel_Good);
+}
+
+// Sets the system clock from the record's local calendar fields, handed to the clock as UTC fields
+// unchanged, as this call has always done.
+Kel_StatusCode Kel_P_DateTime_SetOSDateTime(const DateTime* pDateTime)
+{
+    KEL_ENTER(Kel_Module_DateTime);
+    KEL_REJECT_NULL(pDateTime);
+    Kel_StatusCode status = Kel_Good;
+    uint16_t year = 0;
+    uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    uint16_t millisecond = 0;
+    KEL_GOTO_IF_BAD(
+        status, Kel_P_DateTime_Decode(pDateTime, &year, &month, &day, &hour, &minute, &second, &millisecond));
+    const char* failedCall = KEL_NULL;
+    if (!Kel_P_DateTime_SetSystemClock(CalendarFields(year, month, day, hour, minute, second), millisecond,
+                                       &failedCall))
+    {
+        Kel_Trace_GotoExpr(kelScope, __LINE__, failedCall);
+        return Kel_Trace_ExitBad(kelScope, __LINE__, Kel_BadInternalError);
+    }
+    KEL_EXIT(status);
 }

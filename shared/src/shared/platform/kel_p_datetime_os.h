@@ -23,3 +23,6 @@ bool Kel_P_DateTime_LocalSeconds(const tm* pFields, int64_t* pSeconds);
 tm* Kel_P_DateTime_LocalFields(int64_t aSeconds, tm* pFields);
 // UTC calendar fields of an instant; null when the C library cannot convert it.
 tm* Kel_P_DateTime_UtcFields(int64_t aSeconds, tm* pFields);
+// Sets the system clock to the calendar fields and milliseconds, taken as UTC. False when the system
+// refuses; *pFailedCall is then the refused call as the trace line names it.
+bool Kel_P_DateTime_SetSystemClock(const tm& aFields, uint16_t aMillisecond, const char** pFailedCall);

@@ -104,28 +104,12 @@ tm* Kel_P_DateTime_UtcFields(int64_t aSeconds, tm* pFields)
     return gmtime_r(&seconds, pFields);
 }
 
-// Sets the system clock from the record's local calendar fields, handed to the clock as UTC fields
-// unchanged, as the Windows build's SetSystemTime call does.
-Kel_StatusCode Kel_P_DateTime_SetOSDateTime(const DateTime* pDateTime)
+bool Kel_P_DateTime_SetSystemClock(const tm& aFields, uint16_t aMillisecond, const char** pFailedCall)
 {
-    KEL_ENTER(Kel_Module_DateTime);
-    KEL_REJECT_NULL(pDateTime);
-    Kel_StatusCode status = Kel_Good;
-    uint16_t year = 0;
-    uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
-    uint16_t millisecond = 0;
-    KEL_GOTO_IF_BAD(
-        status, Kel_P_DateTime_Decode(pDateTime, &year, &month, &day, &hour, &minute, &second, &millisecond));
-    tm fields{};
-    fields.tm_year = year - 1900;
-    fields.tm_mon = month - 1;
-    fields.tm_mday = day;
-    fields.tm_hour = hour;
-    fields.tm_min = minute;
-    fields.tm_sec = second;
+    tm fields = aFields;
     timespec systemTime{};
     systemTime.tv_sec = timegm(&fields);
-    systemTime.tv_nsec = static_cast<long>(millisecond) * 1000000L;
-    KEL_GOTO_IF_EXPR((clock_settime(CLOCK_REALTIME, &systemTime) != 0));
-    KEL_EXIT(status);
+    systemTime.tv_nsec = static_cast<long>(aMillisecond) * 1000000L;
+    *pFailedCall = "(clock_settime(CLOCK_REALTIME, &systemTime) != 0)";
+    return clock_settime(CLOCK_REALTIME, &systemTime) == 0;
 }

@@ -16,6 +16,7 @@
 //   the next create on such a name opens it.
 #define KEL_TRACE_FILE "shared/src/shared/platform/posix/kel_p_semaphore"
 #include "shared/platform/kel_p_semaphore.h"
+#include "shared/platform/kel_p_semaphore_backend.h"
 
 #include "shared/kel_trace.h"
 
@@ -118,23 +119,13 @@ CreatedNames createdNames;
         }                                                                                                    \
     } while (0)
 
-Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName,
-                                         int32_t aInitialCount, int32_t aMaxCount)
+Kel_StatusCode Kel_P_Semaphore_CreateObject(const Kel_TraceScope& kelScope,
+                                            Kel_P_Semaphore_Context* pSemaphoreContext)
 {
-    KEL_ENTER(Kel_Module_Semaphore);
-    KEL_REJECT_NULL(pSemaphoreContext);
-    KEL_REJECT_NULL(pName);
-    KEL_REJECT_ZERO(aMaxCount);
-    KEL_REJECT_IF(aMaxCount < aInitialCount, Kel_BadInvalidArgument);
-    KEL_REJECT_IF(aMaxCount < 0, Kel_BadInvalidArgument);
-    *pSemaphoreContext = Kel_P_Semaphore_Context{};
-    // The name is stored as it is given; a '%' in it is not taken as a conversion.
-    snprintf(pSemaphoreContext->name, sizeof(pSemaphoreContext->name), "%s", pName);
-    pSemaphoreContext->maxCount = aMaxCount;
-    pSemaphoreContext->initialCount = aInitialCount;
     const SystemName name = MakeSystemName(pSemaphoreContext->name);
     // A negative initial count becomes a value beyond SEM_VALUE_MAX, which sem_open refuses.
-    sem_t* handle = sem_open(name.text, O_CREAT | O_EXCL, 0666, static_cast<unsigned>(aInitialCount));
+    sem_t* handle =
+        sem_open(name.text, O_CREAT | O_EXCL, 0666, static_cast<unsigned>(pSemaphoreContext->initialCount));
     // The name was taken already: say so with a failure, so that the caller opens it as an existing one.
     if (handle == SEM_FAILED && errno == EEXIST)
     {
@@ -148,13 +139,9 @@ Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreCont
     KEL_EXIT(Kel_Good);
 }
 
-Kel_StatusCode Kel_P_Semaphore_OpenImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName)
+Kel_StatusCode Kel_P_Semaphore_OpenObject(const Kel_TraceScope& kelScope,
+                                          Kel_P_Semaphore_Context* pSemaphoreContext)
 {
-    KEL_ENTER(Kel_Module_Semaphore);
-    KEL_REJECT_NULL(pSemaphoreContext);
-    KEL_REJECT_NULL(pName);
-    *pSemaphoreContext = Kel_P_Semaphore_Context{};
-    snprintf(pSemaphoreContext->name, sizeof(pSemaphoreContext->name), "%s", pName);
     const SystemName name = MakeSystemName(pSemaphoreContext->name);
     sem_t* handle = sem_open(name.text, 0);
     KEL_SEM_GOTO_IF_EXPR((handle == SEM_FAILED));

@@ -435,9 +435,6 @@ int PortFd(const Kel_P_Serial_Context* pSerialContext)
     const intptr_t port = pSerialContext->port_fd;
     return port >= 0 && port <= 0x7FFFFFFF ? static_cast<int>(port) : -1;
 }
-
-const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800,   9600,  14400,
-                                      19200, 38400, 56000, 57600, 115200, 128000, 256000};
 } // namespace
 
 const char* Kel_P_Serial_LastErrorText()
@@ -635,251 +632,71 @@ int32_t Kel_P_Serial_SetCommTimeouts(Kel_P_Serial_Handle aPort,
     return 1;
 }
 
-Kel_StatusCode Kel_P_Serial_Open(const char* aPortName, uint32_t aIsHardwarePort,
-                                 Kel_P_Serial_Context* pSerialContext)
+Kel_P_Serial_Handle Kel_P_Serial_PortOpen(const char* pName)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(aPortName);
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Kel_P_Serial_Open, aPortName=%s\n", aPortName);
-    const int result =
-        snprintf(pSerialContext->port_name, sizeof(pSerialContext->port_name), "%s", aPortName);
-    if (result <= 0)
-    {
-        Kel_Trace_GotoExpr(kelScope, __LINE__, "(result <= 0)");
-        KEL_EXIT_BAD(Kel_BadInvalidArgument);
-    }
-    pSerialContext->isHardwarePort = aIsHardwarePort;
-    pSerialContext->port_fd = OpenDevice(pSerialContext->port_name);
-    if (pSerialContext->port_fd == KEL_INVALID_HANDLE_VALUE)
-    {
-        const int error = errno;
-        Kel_Trace_GotoExpr(kelScope, __LINE__, "(pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE)");
-        Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_BadInternalError, strerror(error));
-        KEL_EXIT_BAD(Kel_BadInternalError);
-    }
-    KEL_EXIT(Kel_Good);
+    return OpenDevice(pName);
 }
 
-Kel_StatusCode Kel_P_Serial_Close(Kel_P_Serial_Context* pSerialContext)
+void Kel_P_Serial_PortClose(const Kel_P_Serial_Context* pSerialContext)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (pSerialContext->port_fd != KEL_INVALID_HANDLE_VALUE)
-    {
-        const int fd = PortFd(pSerialContext);
-        if (fd >= 0)
-            CloseDevice(fd);
-        pSerialContext->port_fd = KEL_INVALID_HANDLE_VALUE;
-    }
-    KEL_EXIT(Kel_Good);
-}
-
-Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uint32_t aBaudRate,
-                                       uint32_t aParity, uint8_t aDataBits, int32_t aStopBits,
-                                       int32_t aFlowControl)
-{
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    pSerialContext->baud_rate = aBaudRate;
-    pSerialContext->parity = aParity;
-    pSerialContext->data_bits = aDataBits;
-    pSerialContext->stop_bits = aStopBits;
-    pSerialContext->flow_control = aFlowControl;
-    bool accepted = false;
-    for (const uint32_t rate : acceptedBaudRates)
-        accepted = accepted || rate == aBaudRate;
-    if (!accepted)
-    {
-        KEL_TRACE(KEL_TRACE_LEVEL_ERROR,
-                  "Kel_P_Serial_Set_Params - Fail, Unknown baudrate, port_name=%s, baud_rate=%d",
-                  pSerialContext->port_name, static_cast<int>(aBaudRate));
-        KEL_TRACE(KEL_TRACE_LEVEL_ERROR, "<--- ReturnError: Kel_BadInvalidArgument. Statuscode 0x%08X\n",
-                  Kel_BadInvalidArgument);
-        return Kel_BadInvalidArgument;
-    }
-    Kel_P_Serial_DCB dcb{};
-    if (Kel_P_Serial_GetCommState(pSerialContext->port_fd, &dcb) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&dcb)==0)",
-                                     Kel_BadInternalError);
-    dcb.BaudRate = aBaudRate;
-    if (aStopBits == 2)
-        dcb.StopBits = KEL_SERIAL_TWOSTOPBITS;
-    else if (aStopBits == 3)
-        dcb.StopBits = KEL_SERIAL_ONE5STOPBITS;
-    else
-        dcb.StopBits = KEL_SERIAL_ONESTOPBIT;
-    dcb.fOutX = 0;
-    dcb.fInX = 0;
-    if (aFlowControl == 1)
-    {
-        dcb.fOutX = 1;
-        dcb.fInX = 1;
-    }
-    dcb.ByteSize = aDataBits;
-    if (Kel_P_Serial_SetCommState(pSerialContext->port_fd, &dcb) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "SetCommState(pSerialContext->port_fd,&dcb)==0",
-                                     Kel_BadInternalError);
-    Kel_P_Serial_CommTimeouts CommTimeouts{};
-    Kel_P_Serial_GetCommTimeouts(pSerialContext->port_fd, &CommTimeouts);
-    CommTimeouts.ReadIntervalTimeout = KEL_SERIAL_MAXDWORD;
-    CommTimeouts.ReadTotalTimeoutMultiplier = 0;
-    CommTimeouts.ReadTotalTimeoutConstant = 0;
-    CommTimeouts.WriteTotalTimeoutMultiplier = 10;
-    CommTimeouts.WriteTotalTimeoutConstant = 1000;
-    if (Kel_P_Serial_SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                     "SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts)==0",
-                                     Kel_BadInternalError);
-    KEL_EXIT(Kel_Good);
-}
-
-Kel_StatusCode Kel_P_Serial_ReOpen(Kel_P_Serial_Context* pSerialContext, uint32_t aDelay)
-{
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    Kel_StatusCode status = Kel_P_Serial_Close(pSerialContext);
-    Kel_P_Sleep(aDelay / 2);
-    pSerialContext->port_fd = OpenDevice(pSerialContext->port_name);
-    if (pSerialContext->port_fd == KEL_INVALID_HANDLE_VALUE)
-    {
-        const int error = errno;
-        status = Kel_BadInternalError | (status & 0x0000FFFFu);
-        Kel_Trace_GotoExpr(kelScope, __LINE__, "(pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE)");
-        Kel_Trace_ExitBadError(kelScope, __LINE__, status, strerror(error));
-        KEL_EXIT_BAD(status);
-    }
-    status = Kel_P_Serial_Set_Params(pSerialContext, pSerialContext->baud_rate, pSerialContext->parity,
-                                     pSerialContext->data_bits, pSerialContext->stop_bits,
-                                     pSerialContext->flow_control);
-    if (Kel_IsBad(status))
-    {
-        const int error = errno;
-        Kel_Trace_GotoBad(kelScope, __LINE__, status);
-        Kel_Trace_ExitBadError(kelScope, __LINE__, status, strerror(error));
-        KEL_EXIT_BAD(status);
-    }
-    KEL_EXIT(status);
-}
-
-// No entry line: the channel's read loop calls this many times per answer.
-Kel_StatusCode Kel_P_Serial_Read(Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer, uint32_t aSize,
-                                 uint32_t aTimeout, uint32_t* pBytesReaded)
-{
-    const Kel_TraceScope kelScope{Kel_Module_Serial, __func__, KEL_TRACE_FILE};
-    (void)aTimeout;
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_REJECT_NULL(pBuffer);
-    KEL_REJECT_NULL(pBytesReaded);
-    *pBytesReaded = 0;
     const int fd = PortFd(pSerialContext);
-    bool dead = false;
-    const uint32_t count = fd >= 0 ? ReadWithTimeouts(fd, pBuffer, aSize, TimeoutsOf(fd), &dead) : 0;
-    *pBytesReaded = count;
-    if (count > 0)
-    {
-        KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, pBuffer, count, "Read:");
-        KEL_EXIT(Kel_Good);
-    }
-    if (!dead)
-    {
-        // Where Windows sleeps 5 ms after finding nothing, wait up to 5 ms for input instead: the same
-        // result when nothing comes, no added latency when something does (a closed port just sleeps).
-        pollfd entry{fd, POLLIN, 0};
-        dead = poll(&entry, 1, KEL_SERIAL_IDLE_WAIT_MS) > 0 &&
-               (entry.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
-    }
-    // A line that hung up (the far end of a pseudo-terminal closed, an adapter unplugged) will bring
-    // nothing more: a communication failure at once, rather than a wait that polls it again and again.
-    if (dead)
-    {
-        KEL_TRACE(KEL_TRACE_LEVEL_ERROR, "Kel_P_Serial_Read - Fail, line hung up, port_name=%s",
-                  pSerialContext->port_name);
-        KEL_GOTO_CODE(Kel_BadCommunicationError);
-    }
-    KEL_EXIT(Kel_Good);
+    if (fd >= 0)
+        CloseDevice(fd);
 }
 
-Kel_StatusCode Kel_P_Serial_Write(Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
-                                  uint32_t aSize, uint32_t aTimeout, uint32_t* pWritten)
+uint32_t Kel_P_Serial_PortRead(const Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer, uint32_t aSize,
+                               bool* pDead)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    (void)aTimeout;
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_REJECT_NULL(pBuffer);
-    KEL_REJECT_NULL(pWritten);
-    KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, pBuffer, aSize, "Write:");
+    *pDead = false;
     const int fd = PortFd(pSerialContext);
-    *pWritten = fd >= 0 ? WriteWithTimeouts(fd, pBuffer, aSize, TimeoutsOf(fd)) : 0;
-    KEL_EXIT(Kel_Good);
+    return fd >= 0 ? ReadWithTimeouts(fd, pBuffer, aSize, TimeoutsOf(fd), pDead) : 0;
 }
 
-Kel_StatusCode Kel_P_Serial_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
+// Where Windows sleeps 5 ms after finding nothing, waits up to 5 ms for input instead: the same result
+// when nothing comes, no added latency when something does (a closed port just sleeps).
+bool Kel_P_Serial_PortIdle(const Kel_P_Serial_Context* pSerialContext)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (pSerialContext->isHardwarePort == 1)
-    {
-        // What this library has written is never thrown away: a pseudo-terminal holds written bytes
-        // until its other side reads them, and "+++" purged before the modem saw it would leave the
-        // modem in data mode. So the output is let go (for a bounded time, in case the line is held by
-        // flow control), and only the input is discarded.
-        const int fd = PortFd(pSerialContext);
-        DrainOutput(fd);
-        if (aInput == 1 && tcflush(fd, TCIFLUSH) != 0)
-            return Kel_P_Serial_FailExpr(
-                kelScope, __LINE__,
-                "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
-                "PURGE_TXCLEAR)==0)",
-                Kel_BadInternalError);
-    }
-    KEL_EXIT(Kel_Good);
+    pollfd entry{PortFd(pSerialContext), POLLIN, 0};
+    return poll(&entry, 1, KEL_SERIAL_IDLE_WAIT_MS) > 0 &&
+           (entry.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
 }
 
-Kel_StatusCode Kel_P_Serial_Get_Bytes_In_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput,
-                                                uint32_t* aBytesCount)
+uint32_t Kel_P_Serial_PortWrite(const Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
+                                uint32_t aSize)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_REJECT_NULL(aBytesCount);
+    const int fd = PortFd(pSerialContext);
+    return fd >= 0 ? WriteWithTimeouts(fd, pBuffer, aSize, TimeoutsOf(fd)) : 0;
+}
+
+// What this library has written is never thrown away: a pseudo-terminal holds written bytes until its
+// other side reads them, and "+++" purged before the modem saw it would leave the modem in data mode.
+// So the output is let go (for a bounded time, in case the line is held by flow control), and only the
+// input is discarded.
+bool Kel_P_Serial_PortPurge(const Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
+{
+    const int fd = PortFd(pSerialContext);
+    DrainOutput(fd);
+    return aInput != 1 || tcflush(fd, TCIFLUSH) == 0;
+}
+
+bool Kel_P_Serial_PortQueued(const Kel_P_Serial_Context* pSerialContext, uint32_t aInput, uint32_t* pCount)
+{
     int count = 0;
     if (ioctl(PortFd(pSerialContext), aInput == 1 ? FIONREAD : TIOCOUTQ, &count) != 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                     "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)",
-                                     Kel_BadInternalError);
-    *aBytesCount = count > 0 ? static_cast<uint32_t>(count) : 0;
-    KEL_EXIT(Kel_Good);
+        return false;
+    *pCount = count > 0 ? static_cast<uint32_t>(count) : 0;
+    return true;
 }
 
-Kel_StatusCode Kel_P_Serial_Set_Signal(Kel_P_Serial_Context* pSerialContext, uint32_t aSignal)
+bool Kel_P_Serial_PortRaise(const Kel_P_Serial_Context* pSerialContext, uint32_t aSignal)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (aSignal == KEL_SERIAL_SIGNAL_DTR)
-    {
-        if (!SetModemLine(PortFd(pSerialContext), TIOCM_DTR, true))
-            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                         "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)",
-                                         Kel_BadInternalError);
-    }
-    else if (aSignal == KEL_SERIAL_SIGNAL_RTS)
-    {
-        if (!SetModemLine(PortFd(pSerialContext), TIOCM_RTS, true))
-            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                         "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)",
-                                         Kel_BadInternalError);
-    }
-    KEL_EXIT(Kel_Good);
+    return SetModemLine(PortFd(pSerialContext), aSignal == KEL_SERIAL_SIGNAL_DTR ? TIOCM_DTR : TIOCM_RTS,
+                        true);
 }
 
-Kel_StatusCode Kel_P_Serial_Send_Break(Kel_P_Serial_Context* pSerialContext)
+bool Kel_P_Serial_PortBreak(const Kel_P_Serial_Context* pSerialContext)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (ioctl(PortFd(pSerialContext), TIOCSBRK) != 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(SetCommBreak(pSerialContext->port_fd)==0)",
-                                     Kel_BadInternalError);
-    KEL_EXIT(Kel_Good);
+    return ioctl(PortFd(pSerialContext), TIOCSBRK) == 0;
 }
 
 namespace
@@ -920,18 +737,15 @@ int IsSerialDevice(const dirent* pEntry)
 }
 } // namespace
 
-Kel_StatusCode Kel_P_Serial_GetPortNameList(Kel_P_Serial_PortNameList* pPortNameList)
+bool Kel_P_Serial_PortList(Kel_P_Serial_PortNameList* pPortNameList)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pPortNameList);
-    *pPortNameList = Kel_P_Serial_PortNameList{};
     const char* directory = getenv("Q310_SERIAL_DIR");
     const bool links = directory != KEL_NULL && directory[0] != '\0';
     dirent** entries = KEL_NULL;
     const int found = links ? scandir(directory, &entries, IsComLink, CompareComLinks)
                             : scandir("/sys/class/tty", &entries, IsSerialDevice, versionsort);
     if (found < 0)
-        KEL_REJECT_CODE(Kel_BadInternalError);
+        return false;
     for (int index = 0; index < found; ++index)
     {
         if (pPortNameList->count < KEL_SERIAL_PORT_LIST_SIZE)
@@ -943,5 +757,5 @@ Kel_StatusCode Kel_P_Serial_GetPortNameList(Kel_P_Serial_PortNameList* pPortName
         free(entries[index]);
     }
     free(entries);
-    KEL_EXIT(Kel_Good);
+    return true;
 }

@@ -64,26 +64,17 @@ tm* Kel_P_DateTime_UtcFields(int64_t aSeconds, tm* pFields)
     return gmtime_s(pFields, &seconds) == 0 ? pFields : nullptr;
 }
 
-// Sets the system clock from the record's local calendar fields. SetSystemTime takes UTC fields; the
-// local fields are passed to it unchanged, as this call has always done.
-Kel_StatusCode Kel_P_DateTime_SetOSDateTime(const DateTime* pDateTime)
+// SetSystemTime takes UTC fields.
+bool Kel_P_DateTime_SetSystemClock(const tm& aFields, uint16_t aMillisecond, const char** pFailedCall)
 {
-    KEL_ENTER(Kel_Module_DateTime);
-    KEL_REJECT_NULL(pDateTime);
-    Kel_StatusCode status = Kel_Good;
-    uint16_t year = 0;
-    uint8_t month = 0, day = 0, hour = 0, minute = 0, second = 0;
-    uint16_t millisecond = 0;
-    KEL_GOTO_IF_BAD(
-        status, Kel_P_DateTime_Decode(pDateTime, &year, &month, &day, &hour, &minute, &second, &millisecond));
     SYSTEMTIME systemTime{};
-    systemTime.wYear = year;
-    systemTime.wMonth = month;
-    systemTime.wDay = day;
-    systemTime.wHour = hour;
-    systemTime.wMinute = minute;
-    systemTime.wSecond = second;
-    systemTime.wMilliseconds = millisecond;
-    KEL_GOTO_IF_EXPR((SetSystemTime(&systemTime) == 0));
-    KEL_EXIT(status);
+    systemTime.wYear = static_cast<WORD>(aFields.tm_year + 1900);
+    systemTime.wMonth = static_cast<WORD>(aFields.tm_mon + 1);
+    systemTime.wDay = static_cast<WORD>(aFields.tm_mday);
+    systemTime.wHour = static_cast<WORD>(aFields.tm_hour);
+    systemTime.wMinute = static_cast<WORD>(aFields.tm_min);
+    systemTime.wSecond = static_cast<WORD>(aFields.tm_sec);
+    systemTime.wMilliseconds = aMillisecond;
+    *pFailedCall = "(SetSystemTime(&systemTime) == 0)";
+    return SetSystemTime(&systemTime) != 0;
 }

@@ -3,27 +3,18 @@
 // the session, shares one semaphore.
 #define KEL_TRACE_FILE "shared/src/shared/platform/windows/kel_p_semaphore"
 #include "shared/platform/kel_p_semaphore.h"
+#include "shared/platform/kel_p_semaphore_backend.h"
 
 #include "shared/kel_trace.h"
 
 #include <cstdio>
 #include <windows.h>
 
-Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName,
-                                         int32_t aInitialCount, int32_t aMaxCount)
+Kel_StatusCode Kel_P_Semaphore_CreateObject(const Kel_TraceScope& kelScope,
+                                            Kel_P_Semaphore_Context* pSemaphoreContext)
 {
-    KEL_ENTER(Kel_Module_Semaphore);
-    KEL_REJECT_NULL(pSemaphoreContext);
-    KEL_REJECT_NULL(pName);
-    KEL_REJECT_ZERO(aMaxCount);
-    KEL_REJECT_IF(aMaxCount < aInitialCount, Kel_BadInvalidArgument);
-    KEL_REJECT_IF(aMaxCount < 0, Kel_BadInvalidArgument);
-    *pSemaphoreContext = Kel_P_Semaphore_Context{};
-    // The name is stored as it is given; a '%' in it is not taken as a conversion.
-    snprintf(pSemaphoreContext->name, sizeof(pSemaphoreContext->name), "%s", pName);
-    pSemaphoreContext->maxCount = aMaxCount;
-    pSemaphoreContext->initialCount = aInitialCount;
-    HANDLE handle = CreateSemaphoreA(KEL_NULL, aInitialCount, aMaxCount, pSemaphoreContext->name);
+    HANDLE handle = CreateSemaphoreA(KEL_NULL, pSemaphoreContext->initialCount, pSemaphoreContext->maxCount,
+                                     pSemaphoreContext->name);
     KEL_GOTO_IF_EXPR((handle == KEL_NULL));
     // The name was taken already: the system hands back the existing semaphore, which this context
     // did not create. Say so with a failure, so that the caller opens it as an existing one.
@@ -38,13 +29,9 @@ Kel_StatusCode Kel_P_Semaphore_CreateImp(Kel_P_Semaphore_Context* pSemaphoreCont
     KEL_EXIT(Kel_Good);
 }
 
-Kel_StatusCode Kel_P_Semaphore_OpenImp(Kel_P_Semaphore_Context* pSemaphoreContext, const char* pName)
+Kel_StatusCode Kel_P_Semaphore_OpenObject(const Kel_TraceScope& kelScope,
+                                          Kel_P_Semaphore_Context* pSemaphoreContext)
 {
-    KEL_ENTER(Kel_Module_Semaphore);
-    KEL_REJECT_NULL(pSemaphoreContext);
-    KEL_REJECT_NULL(pName);
-    *pSemaphoreContext = Kel_P_Semaphore_Context{};
-    snprintf(pSemaphoreContext->name, sizeof(pSemaphoreContext->name), "%s", pName);
     HANDLE handle = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, pSemaphoreContext->name);
     KEL_GOTO_IF_EXPR((handle == KEL_NULL));
     pSemaphoreContext->handle = handle;

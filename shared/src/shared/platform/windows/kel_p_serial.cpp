@@ -67,9 +67,6 @@ Kel_P_Serial_Handle OpenDevice(const char* pName)
         CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, KEL_NULL, OPEN_EXISTING, 0, KEL_NULL);
     return reinterpret_cast<Kel_P_Serial_Handle>(handle);
 }
-
-const uint32_t acceptedBaudRates[] = {110,   300,   600,   1200,  2400,   4800,   9600,  14400,
-                                      19200, 38400, 56000, 57600, 115200, 128000, 256000};
 } // namespace
 
 // The error number for the current Windows error, for the error text of a failure exit.
@@ -152,248 +149,80 @@ int32_t Kel_P_Serial_SetCommTimeouts(Kel_P_Serial_Handle aPort,
     return SetCommTimeouts(AsHandle(aPort), &timeouts) != 0 ? 1 : 0;
 }
 
-Kel_StatusCode Kel_P_Serial_Open(const char* aPortName, uint32_t aIsHardwarePort,
-                                 Kel_P_Serial_Context* pSerialContext)
+Kel_P_Serial_Handle Kel_P_Serial_PortOpen(const char* pName)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(aPortName);
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_TRACE(KEL_TRACE_LEVEL_FLOW, "Kel_P_Serial_Open, aPortName=%s\n", aPortName);
-    const int result =
-        snprintf(pSerialContext->port_name, sizeof(pSerialContext->port_name), "%s", aPortName);
-    if (result <= 0)
-    {
-        Kel_Trace_GotoExpr(kelScope, __LINE__, "(result <= 0)");
-        KEL_EXIT_BAD(Kel_BadInvalidArgument);
-    }
-    pSerialContext->isHardwarePort = aIsHardwarePort;
-    pSerialContext->port_fd = OpenDevice(pSerialContext->port_name);
-    if (pSerialContext->port_fd == KEL_INVALID_HANDLE_VALUE)
-    {
-        const char* errorText = Kel_P_Serial_LastErrorText();
-        Kel_Trace_GotoExpr(kelScope, __LINE__, "(pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE)");
-        Kel_Trace_ExitBadError(kelScope, __LINE__, Kel_BadInternalError, errorText);
-        KEL_EXIT_BAD(Kel_BadInternalError);
-    }
-    KEL_EXIT(Kel_Good);
+    return OpenDevice(pName);
 }
 
-Kel_StatusCode Kel_P_Serial_Close(Kel_P_Serial_Context* pSerialContext)
+void Kel_P_Serial_PortClose(const Kel_P_Serial_Context* pSerialContext)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (pSerialContext->port_fd != KEL_INVALID_HANDLE_VALUE)
-    {
-        CloseHandle(AsHandle(pSerialContext->port_fd));
-        pSerialContext->port_fd = KEL_INVALID_HANDLE_VALUE;
-    }
-    KEL_EXIT(Kel_Good);
+    CloseHandle(AsHandle(pSerialContext->port_fd));
 }
 
-Kel_StatusCode Kel_P_Serial_Set_Params(Kel_P_Serial_Context* pSerialContext, uint32_t aBaudRate,
-                                       uint32_t aParity, uint8_t aDataBits, int32_t aStopBits,
-                                       int32_t aFlowControl)
+uint32_t Kel_P_Serial_PortRead(const Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer, uint32_t aSize,
+                               bool* pDead)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    pSerialContext->baud_rate = aBaudRate;
-    pSerialContext->parity = aParity;
-    pSerialContext->data_bits = aDataBits;
-    pSerialContext->stop_bits = aStopBits;
-    pSerialContext->flow_control = aFlowControl;
-    bool accepted = false;
-    for (const uint32_t rate : acceptedBaudRates)
-        accepted = accepted || rate == aBaudRate;
-    if (!accepted)
-    {
-        KEL_TRACE(KEL_TRACE_LEVEL_ERROR,
-                  "Kel_P_Serial_Set_Params - Fail, Unknown baudrate, port_name=%s, baud_rate=%d",
-                  pSerialContext->port_name, static_cast<int>(aBaudRate));
-        KEL_TRACE(KEL_TRACE_LEVEL_ERROR, "<--- ReturnError: Kel_BadInvalidArgument. Statuscode 0x%08X\n",
-                  Kel_BadInvalidArgument);
-        return Kel_BadInvalidArgument;
-    }
-    const HANDLE handle = AsHandle(pSerialContext->port_fd);
-    DCB dcb{};
-    dcb.DCBlength = sizeof(DCB);
-    if (GetCommState(handle, &dcb) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(GetCommState(pSerialContext->port_fd,&dcb)==0)",
-                                     Kel_BadInternalError);
-    dcb.BaudRate = aBaudRate;
-    if (aStopBits == 2)
-        dcb.StopBits = TWOSTOPBITS;
-    else if (aStopBits == 3)
-        dcb.StopBits = ONE5STOPBITS;
-    else
-        dcb.StopBits = ONESTOPBIT;
-    dcb.fOutX = 0;
-    dcb.fInX = 0;
-    if (aFlowControl == 1)
-    {
-        dcb.fOutX = 1;
-        dcb.fInX = 1;
-    }
-    dcb.ByteSize = aDataBits;
-    if (SetCommState(handle, &dcb) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "SetCommState(pSerialContext->port_fd,&dcb)==0",
-                                     Kel_BadInternalError);
-    COMMTIMEOUTS CommTimeouts{};
-    GetCommTimeouts(handle, &CommTimeouts);
-    CommTimeouts.ReadIntervalTimeout = MAXDWORD;
-    CommTimeouts.ReadTotalTimeoutMultiplier = 0;
-    CommTimeouts.ReadTotalTimeoutConstant = 0;
-    CommTimeouts.WriteTotalTimeoutMultiplier = 10;
-    CommTimeouts.WriteTotalTimeoutConstant = 1000;
-    if (SetCommTimeouts(handle, &CommTimeouts) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                     "SetCommTimeouts(pSerialContext->port_fd, &CommTimeouts)==0",
-                                     Kel_BadInternalError);
-    KEL_EXIT(Kel_Good);
-}
-
-Kel_StatusCode Kel_P_Serial_ReOpen(Kel_P_Serial_Context* pSerialContext, uint32_t aDelay)
-{
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    Kel_StatusCode status = Kel_P_Serial_Close(pSerialContext);
-    Sleep(aDelay / 2);
-    pSerialContext->port_fd = OpenDevice(pSerialContext->port_name);
-    if (pSerialContext->port_fd == KEL_INVALID_HANDLE_VALUE)
-    {
-        const char* errorText = Kel_P_Serial_LastErrorText();
-        status = Kel_BadInternalError | (status & 0x0000FFFFu);
-        Kel_Trace_GotoExpr(kelScope, __LINE__, "(pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE)");
-        Kel_Trace_ExitBadError(kelScope, __LINE__, status, errorText);
-        KEL_EXIT_BAD(status);
-    }
-    status = Kel_P_Serial_Set_Params(pSerialContext, pSerialContext->baud_rate, pSerialContext->parity,
-                                     pSerialContext->data_bits, pSerialContext->stop_bits,
-                                     pSerialContext->flow_control);
-    if (Kel_IsBad(status))
-    {
-        const char* errorText = Kel_P_Serial_LastErrorText();
-        Kel_Trace_GotoBad(kelScope, __LINE__, status);
-        Kel_Trace_ExitBadError(kelScope, __LINE__, status, errorText);
-        KEL_EXIT_BAD(status);
-    }
-    KEL_EXIT(status);
-}
-
-// No entry line: the channel's read loop calls this many times per answer.
-Kel_StatusCode Kel_P_Serial_Read(Kel_P_Serial_Context* pSerialContext, uint8_t* pBuffer, uint32_t aSize,
-                                 uint32_t aTimeout, uint32_t* pBytesReaded)
-{
-    const Kel_TraceScope kelScope{Kel_Module_Serial, __func__, KEL_TRACE_FILE};
-    (void)aTimeout;
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_REJECT_NULL(pBuffer);
-    KEL_REJECT_NULL(pBytesReaded);
+    *pDead = false;
     DWORD count = 0;
     ReadFile(AsHandle(pSerialContext->port_fd), pBuffer, aSize, &count, KEL_NULL);
-    *pBytesReaded = count;
-    if (count > 0)
-        KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, pBuffer, count, "Read:");
-    else
-        Sleep(5);
-    KEL_EXIT(Kel_Good);
+    return count;
 }
 
-Kel_StatusCode Kel_P_Serial_Write(Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
-                                  uint32_t aSize, uint32_t aTimeout, uint32_t* pWritten)
+bool Kel_P_Serial_PortIdle(const Kel_P_Serial_Context* pSerialContext)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    (void)aTimeout;
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_REJECT_NULL(pBuffer);
-    KEL_REJECT_NULL(pWritten);
-    KEL_TRACE_DUMP(KEL_TRACE_LEVEL_FLOW, pBuffer, aSize, "Write:");
+    (void)pSerialContext;
+    Sleep(5);
+    return false;
+}
+
+uint32_t Kel_P_Serial_PortWrite(const Kel_P_Serial_Context* pSerialContext, const uint8_t* pBuffer,
+                                uint32_t aSize)
+{
     DWORD written = 0;
     WriteFile(AsHandle(pSerialContext->port_fd), pBuffer, aSize, &written, KEL_NULL);
-    *pWritten = written;
-    KEL_EXIT(Kel_Good);
+    return written;
 }
 
-Kel_StatusCode Kel_P_Serial_Clear_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
+bool Kel_P_Serial_PortPurge(const Kel_P_Serial_Context* pSerialContext, uint32_t aInput)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (pSerialContext->isHardwarePort == 1)
-    {
-        if (PurgeComm(AsHandle(pSerialContext->port_fd),
-                      aInput == 1 ? PURGE_TXCLEAR | PURGE_RXCLEAR : PURGE_TXCLEAR) == 0)
-            return Kel_P_Serial_FailExpr(
-                kelScope, __LINE__,
-                "(PurgeComm(pSerialContext->port_fd,aInput==KEL_TRUE?PURGE_TXCLEAR|PURGE_RXCLEAR:"
-                "PURGE_TXCLEAR)==0)",
-                Kel_BadInternalError);
-    }
-    KEL_EXIT(Kel_Good);
+    return PurgeComm(AsHandle(pSerialContext->port_fd),
+                     aInput == 1 ? PURGE_TXCLEAR | PURGE_RXCLEAR : PURGE_TXCLEAR) != 0;
 }
 
-Kel_StatusCode Kel_P_Serial_Get_Bytes_In_Buffer(Kel_P_Serial_Context* pSerialContext, uint32_t aInput,
-                                                uint32_t* aBytesCount)
+bool Kel_P_Serial_PortQueued(const Kel_P_Serial_Context* pSerialContext, uint32_t aInput, uint32_t* pCount)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    KEL_REJECT_NULL(aBytesCount);
     DWORD temp = 0;
     COMSTAT comstat{};
     if (ClearCommError(AsHandle(pSerialContext->port_fd), &temp, &comstat) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                     "(ClearCommError(pSerialContext->port_fd,&temp,&comstat)==0)",
-                                     Kel_BadInternalError);
-    *aBytesCount = aInput == 1 ? comstat.cbInQue : comstat.cbOutQue;
-    KEL_EXIT(Kel_Good);
+        return false;
+    *pCount = aInput == 1 ? comstat.cbInQue : comstat.cbOutQue;
+    return true;
 }
 
-Kel_StatusCode Kel_P_Serial_Set_Signal(Kel_P_Serial_Context* pSerialContext, uint32_t aSignal)
+bool Kel_P_Serial_PortRaise(const Kel_P_Serial_Context* pSerialContext, uint32_t aSignal)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (aSignal == KEL_SERIAL_SIGNAL_DTR)
-    {
-        if (EscapeCommFunction(AsHandle(pSerialContext->port_fd), SETDTR) == 0 &&
-            GetLastError() != ERROR_NOT_SUPPORTED)
-            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                         "(EscapeCommFunction(pSerialContext->port_fd,SETDTR)==0)",
-                                         Kel_BadInternalError);
-    }
-    else if (aSignal == KEL_SERIAL_SIGNAL_RTS)
-    {
-        if (EscapeCommFunction(AsHandle(pSerialContext->port_fd), SETRTS) == 0 &&
-            GetLastError() != ERROR_NOT_SUPPORTED)
-            return Kel_P_Serial_FailExpr(kelScope, __LINE__,
-                                         "(EscapeCommFunction(pSerialContext->port_fd,SETRTS)==0)",
-                                         Kel_BadInternalError);
-    }
-    KEL_EXIT(Kel_Good);
+    return EscapeCommFunction(AsHandle(pSerialContext->port_fd),
+                              aSignal == KEL_SERIAL_SIGNAL_DTR ? SETDTR : SETRTS) != 0 ||
+           GetLastError() == ERROR_NOT_SUPPORTED;
 }
 
-Kel_StatusCode Kel_P_Serial_Send_Break(Kel_P_Serial_Context* pSerialContext)
+bool Kel_P_Serial_PortBreak(const Kel_P_Serial_Context* pSerialContext)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pSerialContext);
-    if (SetCommBreak(AsHandle(pSerialContext->port_fd)) == 0)
-        return Kel_P_Serial_FailExpr(kelScope, __LINE__, "(SetCommBreak(pSerialContext->port_fd)==0)",
-                                     Kel_BadInternalError);
-    KEL_EXIT(Kel_Good);
+    return SetCommBreak(AsHandle(pSerialContext->port_fd)) != 0;
 }
 
-Kel_StatusCode Kel_P_Serial_GetPortNameList(Kel_P_Serial_PortNameList* pPortNameList)
+bool Kel_P_Serial_PortList(Kel_P_Serial_PortNameList* pPortNameList)
 {
-    KEL_ENTER(Kel_Module_Serial);
-    KEL_REJECT_NULL(pPortNameList);
-    *pPortNameList = Kel_P_Serial_PortNameList{};
     HKEY key = KEL_NULL;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, "HARDWARE\\DEVICEMAP\\SERIALCOMM\\", 0, KEY_READ, &key) !=
         ERROR_SUCCESS)
-        KEL_REJECT_CODE(Kel_BadInternalError);
+        return false;
     DWORD values = 0;
     if (RegQueryInfoKeyA(key, KEL_NULL, KEL_NULL, KEL_NULL, KEL_NULL, KEL_NULL, KEL_NULL, &values, KEL_NULL,
                          KEL_NULL, KEL_NULL, KEL_NULL) != ERROR_SUCCESS)
     {
         RegCloseKey(key);
-        KEL_REJECT_CODE(Kel_BadInternalError);
+        return false;
     }
     char valueName[16383];
     for (DWORD index = 0; index < values && pPortNameList->count < KEL_SERIAL_PORT_LIST_SIZE; ++index)
@@ -415,5 +244,5 @@ Kel_StatusCode Kel_P_Serial_GetPortNameList(Kel_P_Serial_PortNameList* pPortName
         ++pPortNameList->count;
     }
     RegCloseKey(key);
-    KEL_EXIT(Kel_Good);
+    return true;
 }
