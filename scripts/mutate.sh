@@ -33,12 +33,12 @@ trace_text	shared/src/shared/kel_serialchannel.cpp	"Kel_SerialChannel_Read, Size
 echo_length	Q310/q310_channels.cpp	? *pVariant->pEchoFrameLength	? *pVariant->pEchoFrameLength - 1
 crc24_init	Q310/q310_channels.cpp	constexpr uint32_t CRC24_INIT = 0xB704CEu;	constexpr uint32_t CRC24_INIT = 0xB704CFu;
 weekday_map	protocols/orlenta/1phase/kel_zentor1phase_tariff.cpp	const uint8_t weekDay = column == 0 ? 6 : static_cast<uint8_t>(column - 1);	const uint8_t weekDay = column == 0 ? 5 : static_cast<uint8_t>(column - 1);
-read_timeout	shared/src/shared/platform/posix/kel_p_serial.cpp	CommTimeouts.ReadTotalTimeoutConstant = 0;	CommTimeouts.ReadTotalTimeoutConstant = 10;
+read_timeout	shared/src/shared/platform/kel_p_serial_common.cpp	CommTimeouts.ReadTotalTimeoutConstant = 0;	CommTimeouts.ReadTotalTimeoutConstant = 10;
 answer_timeout	protocols/orlenta/1phase/kel_zentor1phase_transport.cpp	} while (elapsed < pContext->answerTimeout);	} while (elapsed < pContext->answerTimeout / 4);
 export_null	Q310/q310_exports_settings.cpp	    Q310_REJECT_NULL(powerLimit);	    (void)powerLimit;
 dial_progress	Q310/q310_exports_gsm.cpp	{"RING", "RINGING", "RINGBACK", "DIALING", "DIALLING"}	{"RINGING", "RINGBACK", "DIALING", "DIALLING"}
-hangup_read	shared/src/shared/platform/posix/kel_p_serial.cpp	        KEL_GOTO_CODE(Kel_BadCommunicationError);	        KEL_EXIT(Kel_Good);
-connect_timeout	shared/src/shared/platform/posix/kel_p_tcp.cpp	int nonBlocking = aTimeout != 0 ? 1 : 0;	int nonBlocking = 0;
+hangup_read	shared/src/shared/platform/kel_p_serial_common.cpp	        KEL_GOTO_CODE(Kel_BadCommunicationError);	        KEL_EXIT(Kel_Good);
+connect_timeout	shared/src/shared/platform/kel_p_tcp_common.cpp	Kel_P_Tcp_SetNonBlocking(fd, aTimeout != 0);	Kel_P_Tcp_SetNonBlocking(fd, false);
 raw_wrapped	Q310/q310_exports_journals.cpp	if (Kel_IsBad(status) && received > 0)	if (Kel_IsBad(status) && received > 999)
 semaphore_end	shared/src/shared/platform/posix/kel_p_semaphore.cpp	if (entry.users > 0)	if (entry.users > 999)
 row_length	protocols/orlenta/1phase/kel_zentor1phase_commands.def	Kel_Zentor1Phase_Client_ReadTimeoutMultiplier, pValue, 0x82, 2,	Kel_Zentor1Phase_Client_ReadTimeoutMultiplier, pValue, 0x82, 3,
