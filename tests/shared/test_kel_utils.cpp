@@ -72,42 +72,12 @@ DateTime Make(uint16_t aYear, uint8_t aMonth, uint8_t aDay, uint8_t aHour = 0, u
     return result;
 }
 
-Kel_StatusCode ClockCreate(uint16_t aYear, uint8_t aMonth, uint8_t aDay, uint8_t aHour, uint8_t aMinute,
-                           uint8_t aSecond, DateTime* pResult)
-{
-    return Kel_P_DateTime_CreateImp(aYear, aMonth, aDay, aHour, aMinute, aSecond, 0, pResult);
-}
-
 // The clock's conversion of "YYYY-MM-DD hh:mm:ss".
 Kel_StatusCode ClockCreate(const char* pFields, DateTime* pResult)
 {
     unsigned year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
     sscanf(pFields, "%u-%u-%u %u:%u:%u", &year, &month, &day, &hour, &minute, &second);
-    return ClockCreate(static_cast<uint16_t>(year), static_cast<uint8_t>(month), static_cast<uint8_t>(day),
-                       static_cast<uint8_t>(hour), static_cast<uint8_t>(minute), static_cast<uint8_t>(second),
-                       pResult);
-}
-
-// The rejection lines of the skeleton, as TraceCapture::Lines() gives them.
-std::vector<std::string> Null(const std::string& aName, const std::string& aFile = kUtils)
-{
-    return {At("<-- ReturnError: Arg " + aName + " is NULL!", aFile)};
-}
-
-std::vector<std::string> Zero(const std::string& aName)
-{
-    return {At("<-- ReturnError: Argument " + aName + " is 0!")};
-}
-
-std::vector<std::string> If(const std::string& aCondition)
-{
-    return {At("<-- ReturnError: " + aCondition + " is true! Return 0x80AB0000")};
-}
-
-std::vector<std::string> Bad(const std::string& aFunction)
-{
-    return {At("--- GotoError: Bad statuscode 0x80AB0000"),
-            At("<-- \"" + aFunction + "\" = 0x80AB0000 (BAD).")};
+    return Kel_P_DateTime_CreateImp(year, month, day, hour, minute, second, 0, pResult);
 }
 
 int CompareInts(const void* pElement1, const void* pElement2)
@@ -129,12 +99,20 @@ TEST(Utils, RejectedArgumentsTraceTheirNameOncePerForm)
     Kel_Memory_Context memory{};
     Kel_Memory_CreateContext(&memory, bytes, 16);
     int32_t size = 0;
-    struct Case
+    // The rejection lines of the skeleton, as TraceCapture::Lines() gives them.
+    using Lines = std::vector<std::string>;
+    const auto Null = [](const std::string& aName, const std::string& aFile = kUtils)
+    { return Lines{At("<-- ReturnError: Arg " + aName + " is NULL!", aFile)}; };
+    const auto Zero = [](const std::string& aName)
+    { return Lines{At("<-- ReturnError: Argument " + aName + " is 0!")}; };
+    const auto If = [](const std::string& aCondition)
+    { return Lines{At("<-- ReturnError: " + aCondition + " is true! Return 0x80AB0000")}; };
+    const auto Bad = [](const std::string& aFunction)
     {
-        std::function<Kel_StatusCode()> call;
-        std::vector<std::string> lines;
+        return Lines{At("--- GotoError: Bad statuscode 0x80AB0000"),
+                     At("<-- \"" + aFunction + "\" = 0x80AB0000 (BAD).")};
     };
-    const Case cases[] = {
+    const std::pair<std::function<Kel_StatusCode()>, Lines> cases[] = {
         {[&] { return Kel_Utils_CreateDateTime(2024, 1, 1, 0, 0, 0, 0, nullptr); }, Null("pDateTime")},
         {[&] { return Kel_Utils_DateTimeToStr(&date, text, 0); }, Zero("aSize")},
         {[&] { return Kel_Utils_SetBit64(nullptr, 1); }, Null("pMask")},
@@ -157,11 +135,11 @@ TEST(Utils, RejectedArgumentsTraceTheirNameOncePerForm)
          {At("--- GotoError: Kel_BadInvalidArgument. Statuscode 0x80AB0000"),
           At("<-- \"Kel_Utils_ISOTimeToDateTime\" = 0x80AB0000 (BAD).")}},
     };
-    for (const Case& c : cases)
+    for (const auto& [call, lines] : cases)
     {
         TraceCapture trace;
-        EXPECT_EQ(c.call(), Kel_BadInvalidArgument) << c.lines[0];
-        EXPECT_EQ(trace.Lines(), c.lines);
+        EXPECT_EQ(call(), Kel_BadInvalidArgument) << lines[0];
+        EXPECT_EQ(trace.Lines(), lines);
     }
 }
 
@@ -205,7 +183,7 @@ TEST(UtilsDates, CreateChecksEveryFieldAndTheClockRefusesWithTheBareCode)
             continue; // the clock does not check milliseconds
         result = DateTime{77, 77};
         TraceCapture clockTrace;
-        EXPECT_EQ(ClockCreate(c.year, c.month, c.day, c.hour, c.minute, c.second, &result),
+        EXPECT_EQ(Kel_P_DateTime_CreateImp(c.year, c.month, c.day, c.hour, c.minute, c.second, 0, &result),
                   Kel_BadOutOfRange);
         EXPECT_EQ(clockTrace.Lines(), std::vector<std::string>{At("<-- ReturnError: 0x803C0000", kClock)});
         EXPECT_EQ(result.seconds, 77);
@@ -318,27 +296,21 @@ TEST(UtilsDates, TimeZones)
 TEST(UtilsDates, WeekdaysComparisonAndEmptyRecords)
 {
     // 1 = Monday .. 7 = Sunday: a week from Monday 2026-11-09, and dates through months 13 and 14.
+    for (uint16_t day = 9; day <= 15; ++day)
+        EXPECT_EQ(Kel_Utils_GetDayOfWeek(2026, 11, day), day - 8u) << day;
     for (auto [year, month, day, weekday] :
-         {std::tuple{2026, 11, 9, 1u}, std::tuple{2026, 11, 10, 2u}, std::tuple{2026, 11, 11, 3u},
-          std::tuple{2026, 11, 12, 4u}, std::tuple{2026, 11, 13, 5u}, std::tuple{2026, 11, 14, 6u},
-          std::tuple{2026, 11, 15, 7u}, std::tuple{2000, 1, 1, 6u}, std::tuple{2024, 2, 29, 4u},
-          std::tuple{2024, 3, 1, 5u}, std::tuple{1601, 1, 1, 1u}, std::tuple{9999, 12, 31, 5u}})
-        EXPECT_EQ(Kel_Utils_GetDayOfWeek(static_cast<uint16_t>(year), static_cast<uint16_t>(month),
-                                         static_cast<uint16_t>(day)),
-                  weekday)
-            << year << "-" << month << "-" << day;
+         {std::tuple{2000, 1, 1, 6u}, std::tuple{2024, 2, 29, 4u}, std::tuple{2024, 3, 1, 5u},
+          std::tuple{1601, 1, 1, 1u}, std::tuple{9999, 12, 31, 5u}})
+        EXPECT_EQ(Kel_Utils_GetDayOfWeek(year, month, day), weekday) << year << "-" << month << "-" << day;
 
     const DateTime a = Make(2024, 3, 15, 10, 20, 30, 123), empty{};
-    const struct
-    {
-        DateTime other;
-        uint32_t equal;
-    } pairs[] = {{{a.seconds, a.microseconds + 999}, 1}, {{a.seconds, a.microseconds + 1000}, 0}, {empty, 0}};
-    for (const auto& p : pairs)
+    for (const auto& [other, expected] :
+         {std::pair{DateTime{a.seconds, a.microseconds + 999}, 1u},
+          std::pair{DateTime{a.seconds, a.microseconds + 1000}, 0u}, std::pair{empty, 0u}})
     {
         uint32_t equal = 7;
-        EXPECT_EQ(Kel_Utils_IsEqualDateTime(&a, &p.other, &equal), Kel_Good);
-        EXPECT_EQ(equal, p.equal) << p.other.seconds << "." << p.other.microseconds;
+        EXPECT_EQ(Kel_Utils_IsEqualDateTime(&a, &other, &equal), Kel_Good);
+        EXPECT_EQ(equal, expected) << other.seconds << "." << other.microseconds;
     }
 
     // A record is empty only when both words are zero; decoding one zeroes the outputs silently.
