@@ -118,7 +118,7 @@ TEST(SerialPort, OpenFailuresTraceTheFailedStep)
     EXPECT_STREQ(context.port_name, "COM12345678901234567"); // cut at twenty characters
 }
 
-TEST(SerialPort, BaudRatesAreCheckedBeforeTheLineAndTheValuesStored)
+TEST(SerialPort, BaudRatesAreCheckedBeforeTheLine)
 {
     Kel_P_Serial_Context context = ClosedContext("COM9");
     TraceCapture trace;
@@ -127,8 +127,6 @@ TEST(SerialPort, BaudRatesAreCheckedBeforeTheLineAndTheValuesStored)
               std::string("--> Kel_Module_Serial::Kel_P_Serial_Set_Params (0x00000001)\n\n") +
                   "Kel_P_Serial_Set_Params - Fail, Unknown baudrate, port_name=COM9, baud_rate=250000" +
                   At() + "<--- ReturnError: Kel_BadInvalidArgument. Statuscode 0x80AB0000\n" + At());
-    EXPECT_EQ(context.baud_rate, 250000u);
-    EXPECT_EQ(context.flow_control, 1);
     // A listed rate gets past the check and fails only at the closed port's settings.
     for (uint32_t rate : {110u, 300u, 600u, 1200u, 2400u, 4800u, 9600u, 14400u, 19200u, 38400u, 56000u,
                           57600u, 115200u, 128000u, 256000u})
@@ -351,14 +349,9 @@ protected:
     uint32_t WaitQueued(uint32_t aCount)
     {
         uint32_t queued = 0;
-        const int64_t deadline = MonotonicMs() + 3000;
-        while (MonotonicMs() < deadline)
-        {
+        for (const int64_t deadline = MonotonicMs() + 3000; queued < aCount && MonotonicMs() < deadline;
+             std::this_thread::sleep_for(std::chrono::milliseconds(5)))
             EXPECT_EQ(Kel_P_Serial_Get_Bytes_In_Buffer(&mPort, 1, &queued), Kel_Good);
-            if (queued >= aCount)
-                break;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
         return queued;
     }
 
@@ -391,10 +384,6 @@ TEST_F(EchoPort, BytesComeBackAsSentAndAPurgeDropsQueuedInput)
     uint32_t queued = 99;
     EXPECT_EQ(Kel_P_Serial_Get_Bytes_In_Buffer(&mPort, 1, &queued), Kel_Good);
     EXPECT_EQ(queued, 0u);
-    uint8_t buffer[8];
-    uint32_t received = 9;
-    EXPECT_EQ(Kel_P_Serial_Read(&mPort, buffer, sizeof(buffer), 0, &received), Kel_Good);
-    EXPECT_EQ(received, 0u);
     // Modem signals on a port without modem lines report success; the line still carries data.
     EXPECT_EQ(Kel_P_Serial_Set_Signal(&mPort, KEL_SERIAL_SIGNAL_DTR), Kel_Good);
     EXPECT_EQ(Kel_P_Serial_Set_Signal(&mPort, KEL_SERIAL_SIGNAL_RTS), Kel_Good);

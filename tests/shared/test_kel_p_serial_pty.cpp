@@ -99,13 +99,6 @@ protected:
         return queued;
     }
 
-    Kel_P_Serial_DCB LineSettings()
-    {
-        Kel_P_Serial_DCB dcb{};
-        EXPECT_NE(Kel_P_Serial_GetCommState(mPort.port_fd, &dcb), 0);
-        return dcb;
-    }
-
     int mPeer = -1;
     std::string mTerminalPath;
     std::string mFolder;
@@ -274,7 +267,8 @@ TEST_F(PtyLine, LineSettingsOfRatesWithoutATermiosConstant)
                                      std::pair{256000u, 0}, std::pair{110u, 0}})
     {
         ASSERT_EQ(Kel_P_Serial_Set_Params(&mPort, rate, 0, 8, stop, 0), Kel_Good);
-        const Kel_P_Serial_DCB dcb = LineSettings();
+        Kel_P_Serial_DCB dcb{};
+        ASSERT_NE(Kel_P_Serial_GetCommState(mPort.port_fd, &dcb), 0);
         EXPECT_EQ(dcb.BaudRate, rate);
         EXPECT_EQ(dcb.StopBits, stop == 3 ? KEL_SERIAL_ONE5STOPBITS
                                           : (stop == 2 ? KEL_SERIAL_TWOSTOPBITS : KEL_SERIAL_ONESTOPBIT));
