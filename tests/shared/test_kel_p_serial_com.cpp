@@ -20,10 +20,8 @@
 #if defined(_WIN32)
 #include <windows.h>
 #else
-#include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <stdlib.h>
 #include <unistd.h>
 #endif
 
@@ -35,29 +33,6 @@ Kel_P_Serial_Context ClosedContext(const char* pName)
     EXPECT_EQ(Kel_P_Serial_CreateContext(&context), Kel_Good);
     snprintf(context.port_name, sizeof(context.port_name), "%s", pName);
     return context;
-}
-
-// Points COMn at an empty folder on POSIX, so a missing port is missing whatever the machine has.
-void UseEmptyPortFolder()
-{
-#if !defined(_WIN32)
-    static const std::string folder = []
-    {
-        char pattern[] = "/tmp/q310-serial-empty-XXXXXX";
-        return std::string(mkdtemp(pattern) != nullptr ? pattern : "");
-    }();
-    ASSERT_FALSE(folder.empty());
-    SetEnvironment("Q310_SERIAL_DIR", folder);
-#endif
-}
-
-std::string OpenFailureLines(const char* pName)
-{
-    return std::string("--> Kel_Module_Serial::Kel_P_Serial_Open (0x00000001)\n\n") +
-           "Kel_P_Serial_Open, aPortName=" + pName + "\n\n" +
-           "--- GotoError: Expr (pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE) is true!\n" + At() +
-           "<-- \"Kel_P_Serial_Open\" = 0x80020000 (BAD) error=" + strerror(ENOENT) + ".\n" + At() +
-           "<-- \"Kel_P_Serial_Open\" = 0x80020000 (BAD).\n" + At();
 }
 } // namespace
 
@@ -90,11 +65,22 @@ TEST(SerialPort, RejectedArgumentsTraceEntryAndName)
 
 TEST(SerialPort, OpenFailuresTraceTheFailedStep)
 {
-    UseEmptyPortFolder();
+#if !defined(_WIN32)
+    // COMn points at an empty folder, so a missing port is missing whatever the machine has.
+    char folder[] = "/tmp/q310-serial-empty-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    SetEnvironment("Q310_SERIAL_DIR", folder);
+#endif
+    const std::string openFailure =
+        std::string("--> Kel_Module_Serial::Kel_P_Serial_Open (0x00000001)\n\n") +
+        "Kel_P_Serial_Open, aPortName=COM250\n\n" +
+        "--- GotoError: Expr (pSerialContext->port_fd==KEL_INVALID_HANDLE_VALUE) is true!\n" + At() +
+        "<-- \"Kel_P_Serial_Open\" = 0x80020000 (BAD) error=" + strerror(ENOENT) + ".\n" + At() +
+        "<-- \"Kel_P_Serial_Open\" = 0x80020000 (BAD).\n" + At();
     Kel_P_Serial_Context context = ClosedContext("");
     TraceCapture trace;
     EXPECT_EQ(Kel_P_Serial_Open("COM250", 1, &context), Kel_BadInternalError);
-    EXPECT_EQ(trace.Text(), OpenFailureLines("COM250"));
+    EXPECT_EQ(trace.Text(), openFailure);
     EXPECT_EQ(context.port_fd, KEL_INVALID_HANDLE_VALUE);
     EXPECT_STREQ(context.port_name, "COM250");
 
@@ -111,7 +97,7 @@ TEST(SerialPort, OpenFailuresTraceTheFailedStep)
     EXPECT_EQ(factory.Text(),
               std::string("--> Kel_Module_Serial::Kel_P_Serial_CreateContext (0x00000001)\n\n") +
                   "--> Kel_Module_Serial::Kel_P_Serial_CreateContext (0x00000001)\n\n" +
-                  "<-- \"Kel_P_Serial_CreateContext\" = 0x00000000 (GOOD).\n\n" + OpenFailureLines("COM250") +
+                  "<-- \"Kel_P_Serial_CreateContext\" = 0x00000000 (GOOD).\n\n" + openFailure +
                   "--- GotoError: Bad statuscode 0x80020000\n" + At() +
                   "<-- \"Kel_P_Serial_CreateContext\" = 0x80020000 (BAD).\n" + At());
     EXPECT_EQ(Kel_P_Serial_Factory_Open("COM1234567890123456789012", &context), Kel_BadInternalError);
