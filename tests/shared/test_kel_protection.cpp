@@ -31,10 +31,7 @@ std::string ToHex(const uint8_t* pData, size_t aSize)
     std::string text;
     char byte[3];
     for (size_t i = 0; i < aSize; ++i)
-    {
-        snprintf(byte, sizeof(byte), "%02x", pData[i]);
-        text += byte;
-    }
+        text += (snprintf(byte, sizeof(byte), "%02x", pData[i]), byte);
     return text;
 }
 
@@ -96,10 +93,7 @@ std::string Digest(const Bytes& aData, const std::vector<uint32_t>& aPieces)
     return ToHex(digest, 16);
 }
 
-Bytes Text(const std::string& aText)
-{
-    return Bytes(aText.begin(), aText.end());
-}
+const auto Text = [](const std::string& aText) { return Bytes(aText.begin(), aText.end()); };
 
 // (i * 7 + 3) mod 256 for i = 0 .. aLength - 1.
 Bytes Pattern(uint32_t aLength)
