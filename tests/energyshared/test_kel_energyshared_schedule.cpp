@@ -282,16 +282,10 @@ TEST(ScheduleBuild, MonthByMonthShrinksToSeasons)
         }
         ASSERT_EQ(Kel_EnergyShared_Schedule_Shrink(&s), Kel_Good);
     }
-    EXPECT_TRUE(SameBytes(s, MakeSchedule({{1, 1, 1}, {4, 1, 2}, {10, 1, 1}},
-                                          {{1, {1, 1, 1, 1, 1, 6, 6}}, {2, {7, 7, 7, 7, 7, 6, 6}}},
-                                          {{1, 0, 0, 2},
-                                           {1, 7, 0, 1},
-                                           {1, 23, 0, 2},
-                                           {6, 0, 0, 2},
-                                           {7, 0, 0, 2},
-                                           {7, 6, 0, 1},
-                                           {7, 22, 0, 2}})))
-        << ::testing::PrintToString(ToBytes(s));
+    const ScheduleParams expected = MakeSchedule(
+        {{1, 1, 1}, {4, 1, 2}, {10, 1, 1}}, {{1, {1, 1, 1, 1, 1, 6, 6}}, {2, {7, 7, 7, 7, 7, 6, 6}}},
+        {{1, 0, 0, 2}, {1, 7, 0, 1}, {1, 23, 0, 2}, {6, 0, 0, 2}, {7, 0, 0, 2}, {7, 6, 0, 1}, {7, 22, 0, 2}});
+    EXPECT_TRUE(SameBytes(s, expected)) << ::testing::PrintToString(ToBytes(s));
 
     // 12 x 7 one-point day schedules fill the 84 points: an overwrite fits, a new point does not.
     ScheduleParams fill{};
