@@ -206,12 +206,8 @@ TEST(MeterSort, ValuesPassportProfilesAndSchedule)
     PassportParam params[3] = {{0xFFFFFFFFu, 1}, {7, 2}, {2, 3}};
     ASSERT_EQ(Kel_EnergyShared_SortPassportParams(params, 3), Kel_Good);
     // Records with an empty date go after every dated record; the values of each record get sorted.
-    ProfileRecord records[3]{};
-    records[1].DateTime = Date(2024, 3, 15, 10, 20, 30);
-    records[1].Values[0] = {3, 0, 0, 1};
-    records[1].Values[1] = {2, 0, 0, 0};
-    records[1].ValuesCount = 2;
-    records[2].DateTime = Date(2001, 1, 1);
+    ProfileRecord records[3]{
+        {}, {Date(2024, 3, 15, 10, 20, 30), {{3, 0, 0, 1}, {2, 0, 0, 0}}, 2}, {Date(2001, 1, 1), {}, 0}};
     ASSERT_EQ(Kel_EnergyShared_SortProfileRecords(records, 3), Kel_Good);
     std::string order;
     for (const auto& value : values)

@@ -116,16 +116,14 @@ TEST(ScheduleBinary, LayoutCursorAndBounds)
     Kel_Memory_Free(&memory);
 
     // Counts above capacity: the reader stores up to it and stops; the writer writes the sections before.
-    auto stream = [](uint8_t seasons, uint8_t weeks, uint8_t days, uint8_t specials)
+    auto stream = [](std::array<uint8_t, 4> aCounts)
     {
-        std::vector<uint8_t> b{seasons};
-        b.insert(b.end(), 3u * seasons, 0x11);
-        b.push_back(weeks);
-        b.insert(b.end(), 8u * weeks, 0x11);
-        b.push_back(days);
-        b.insert(b.end(), 4u * days, 0x11);
-        b.push_back(specials);
-        b.insert(b.end(), 3u * specials, 0x11);
+        std::vector<uint8_t> b;
+        for (size_t i = 0; i < 4; ++i)
+        {
+            b.push_back(aCounts[i]);
+            b.insert(b.end(), std::array<size_t, 4>{3, 8, 4, 3}[i] * aCounts[i], 0x11);
+        }
         return b;
     };
     const struct
@@ -143,13 +141,13 @@ TEST(ScheduleBinary, LayoutCursorAndBounds)
         ScheduleParams s;
         uint32_t index = 0;
         const auto& c = read.counts;
-        EXPECT_EQ(FromBytes(stream(c[0], c[1], c[2], c[3]), s, index), read.status);
+        EXPECT_EQ(FromBytes(stream(c), s, index), read.status);
         EXPECT_EQ(index, read.index);
         EXPECT_EQ((std::array<uint8_t, 4>{s.SeasonsCount, s.WeeksCount, s.DaysCount, s.SpecialDaysCount}),
                   (std::array<uint8_t, 4>{std::min<uint8_t>(c[0], 12), std::min<uint8_t>(c[1], 12),
                                           std::min<uint8_t>(c[2], 84), std::min<uint8_t>(c[3], 30)}));
     }
-    std::vector<uint8_t> cut = stream(1, 1, 1, 0);
+    std::vector<uint8_t> cut = stream({1, 1, 1, 0});
     cut.pop_back();
     uint32_t index = 0;
     EXPECT_EQ(FromBytes(cut, back, index), Kel_Bad);

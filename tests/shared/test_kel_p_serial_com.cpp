@@ -234,8 +234,7 @@ public:
             return false;
         mFolder = pattern;
         SetEnvironment("Q310_SERIAL_DIR", mFolder);
-        mName = "COM5";
-        Register(mName, 0);
+        Register(Name(), 0);
         mEcho = std::thread(
             [this]
             {
@@ -263,7 +262,7 @@ public:
         if (system(command.c_str()) != 0)
             perror("rm");
     }
-    const std::string& Name() const { return mName; }
+    std::string Name() const { return "COM5"; }
     // Adds a port to the port list (a link in the folder); a port listed already stays as it is.
     void Register(const std::string& aPortName, int)
     {
@@ -279,7 +278,6 @@ private:
     int mHolder = -1;
     std::string mDevice;
     std::string mFolder;
-    std::string mName;
     std::thread mEcho;
     std::atomic<bool> mStop{false};
 };
