@@ -7,7 +7,7 @@
 // are skipped. Latency and the time-out words are covered on POSIX by test_kel_p_serial_pty.
 #include "kel_p_serial_test_support.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <cerrno>
@@ -135,11 +135,9 @@ TEST(SerialPort, FailuresOfAClosedPortNameTheirExpressionAndBaudRatesAreCheckedF
         TraceCapture trace;
         EXPECT_EQ(call(), Kel_BadInternalError) << expression;
         const std::string text = trace.Text();
-        EXPECT_NE(
-            text.find(std::string("--- GotoError: Expr ") + expression + " is true!\n" + At() + "<-- \""),
-            std::string::npos)
-            << text;
-        EXPECT_NE(text.find("= 0x80020000 (BAD) error="), std::string::npos) << text;
+        EXPECT_THAT(text, testing::HasSubstr(std::string("--- GotoError: Expr ") + expression +
+                                             " is true!\n" + At() + "<-- \""));
+        EXPECT_THAT(text, testing::HasSubstr("= 0x80020000 (BAD) error="));
     }
     // A read of a closed port waits its idle time and gives nothing; it traces its success exit only.
     uint8_t buffer[8];
@@ -348,13 +346,10 @@ TEST_F(EchoPort, BytesComeBackAsSentAndAPurgeDropsQueuedInput)
     Send(request);
     EXPECT_EQ(Receive(request.size()), request); // no line-end or flow-control processing
     const std::string text = trace.Text();
-    EXPECT_EQ(text.rfind("--> Kel_Module_Serial::Kel_P_Serial_Write (0x00000001)\n\n"
-                         "Write:[12] 00 01 0D 0A 11 13 7F 80 FF 1B 03 04 \n"
-                         "<-- \"Kel_P_Serial_Write\" = 0x00000000 (GOOD).\n\n",
-                         0),
-              0u)
-        << text;
-    EXPECT_NE(text.find("\nRead:["), std::string::npos) << text;
+    EXPECT_THAT(text, testing::StartsWith("--> Kel_Module_Serial::Kel_P_Serial_Write (0x00000001)\n\n"
+                                          "Write:[12] 00 01 0D 0A 11 13 7F 80 FF 1B 03 04 \n"
+                                          "<-- \"Kel_P_Serial_Write\" = 0x00000000 (GOOD).\n\n"));
+    EXPECT_THAT(text, testing::HasSubstr("\nRead:["));
 
     Send({0x21, 0x22, 0x23, 0x24, 0x25});
     ASSERT_EQ(WaitQueued(5), 5u);

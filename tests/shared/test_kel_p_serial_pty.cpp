@@ -5,7 +5,7 @@
 // port, the port list and the mapping of the line settings onto termios.
 #include "kel_p_serial_test_support.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #if !defined(_WIN32)
 
@@ -200,8 +200,7 @@ TEST_F(PtyLine, WritesStopAtTheWriteTimeoutAndAHungUpLineEndsReads)
     int64_t elapsed = 0;
     EXPECT_TRUE(TimedRead(4, {}, &elapsed, Kel_BadCommunicationError).empty());
     EXPECT_LT(elapsed, 50);
-    EXPECT_EQ(trace.Text().rfind("Kel_P_Serial_Read - Fail, line hung up, port_name=COM7", 0), 0u)
-        << trace.Text();
+    EXPECT_THAT(trace.Text(), testing::StartsWith("Kel_P_Serial_Read - Fail, line hung up, port_name=COM7"));
     EXPECT_EQ(Kel_P_Serial_Write(&mPort, big.data(), 1, 0, &written), Kel_Good);
 }
 
