@@ -256,8 +256,7 @@ public:
             mEcho.join();
         close(mHolder);
         close(mFar);
-        const std::string command = "rm -rf '" + mFolder + "'";
-        if (system(command.c_str()) != 0)
+        if (system(("rm -rf '" + mFolder + "'").c_str()) != 0)
             perror("rm");
     }
     std::string Name() const { return "COM5"; }
