@@ -63,9 +63,7 @@ TEST(ScheduleVerify, DefaultScheduleAndEachBrokenRule)
         {"tariff 0", [](ScheduleParams& s) { s.Days[2].ScheduleValue = 0; }},
         {"tariff above the maximum", [](ScheduleParams& s) { s.Days[2].ScheduleValue = 5; }},
         {"three points in one day",
-         [](ScheduleParams& s) {
-             s.Days[s.DaysCount++] = {1, 12, 0, 1};
-         }},
+         [](ScheduleParams& s) { s.Days[s.DaysCount++] = ScheduleDay(1, 12, 0, 1); }},
         {"special month 0", [](ScheduleParams& s) { s.SpecialDays[0].Month = 0; }},
         {"special day 32", [](ScheduleParams& s) { s.SpecialDays[0].Day = 32; }},
         {"special day 0 id", [](ScheduleParams& s) { s.SpecialDays[0].DayId = 0; }},

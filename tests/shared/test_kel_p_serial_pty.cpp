@@ -260,7 +260,9 @@ TEST_F(PtyLine, PortListInNumberOrderUpToTwentyAndFactoryOpenByNumber)
                   "<-- ReturnError: 0x80020000\n" + At());
 }
 
-TEST_F(PtyLine, LineSettingsOfRatesWithoutATermiosConstant)
+// Rates without a termios constant reach the line. A pseudo-terminal keeps neither parity nor data bits,
+// so the mapping of the character format is checked on the termios record itself.
+TEST_F(PtyLine, LineSettingsMapOntoTermiosAndBack)
 {
     for (const auto& [rate, stop] : {std::pair{14400u, 3}, std::pair{56000u, 0}, std::pair{128000u, 2},
                                      std::pair{256000u, 0}, std::pair{110u, 0}})
@@ -272,12 +274,6 @@ TEST_F(PtyLine, LineSettingsOfRatesWithoutATermiosConstant)
         EXPECT_EQ(dcb.StopBits, stop == 3 ? KEL_SERIAL_ONE5STOPBITS
                                           : (stop == 2 ? KEL_SERIAL_TWOSTOPBITS : KEL_SERIAL_ONESTOPBIT));
     }
-}
-
-// A pseudo-terminal keeps neither parity nor data bits, so the mapping of the character format is
-// checked on the termios record itself.
-TEST(SerialCharacterFormat, ParityDataBitsStopBitsAndFlowControlMapOntoTermiosAndBack)
-{
     const std::pair<uint8_t, tcflag_t> parities[] = {{KEL_SERIAL_NOPARITY, 0},
                                                      {KEL_SERIAL_ODDPARITY, PARENB | PARODD},
                                                      {KEL_SERIAL_EVENPARITY, PARENB},
