@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <tuple>
 
 namespace
 {
@@ -124,23 +125,18 @@ TEST(ScheduleBinary, LayoutCursorAndBounds)
         }
         return b;
     };
-    const struct
-    {
-        std::array<uint8_t, 4> counts;
-        uint32_t index;
-        Kel_StatusCode status;
-    } reads[] = {{{13, 0, 0, 0}, 1 + 12 * 3, Kel_BadOutOfRange},
-                 {{0, 13, 0, 0}, 2 + 12 * 8, Kel_BadOutOfRange},
-                 {{0, 0, 85, 0}, 3 + 84 * 4, Kel_BadOutOfRange},
-                 {{0, 0, 0, 31}, 4 + 30 * 3, Kel_BadOutOfRange},
-                 {{12, 12, 84, 30}, 4 + 36 + 96 + 336 + 90, Kel_Good}};
-    for (const auto& read : reads)
+    const std::tuple<std::array<uint8_t, 4>, uint32_t, Kel_StatusCode> reads[] = {
+        {{13, 0, 0, 0}, 1 + 12 * 3, Kel_BadOutOfRange},
+        {{0, 13, 0, 0}, 2 + 12 * 8, Kel_BadOutOfRange},
+        {{0, 0, 85, 0}, 3 + 84 * 4, Kel_BadOutOfRange},
+        {{0, 0, 0, 31}, 4 + 30 * 3, Kel_BadOutOfRange},
+        {{12, 12, 84, 30}, 4 + 36 + 96 + 336 + 90, Kel_Good}};
+    for (const auto& [c, expectedIndex, status] : reads)
     {
         ScheduleParams s;
         uint32_t index = 0;
-        const auto& c = read.counts;
-        EXPECT_EQ(FromBytes(stream(c), s, index), read.status);
-        EXPECT_EQ(index, read.index);
+        EXPECT_EQ(FromBytes(stream(c), s, index), status);
+        EXPECT_EQ(index, expectedIndex);
         EXPECT_EQ((std::array<uint8_t, 4>{s.SeasonsCount, s.WeeksCount, s.DaysCount, s.SpecialDaysCount}),
                   (std::array<uint8_t, 4>{std::min<uint8_t>(c[0], 12), std::min<uint8_t>(c[1], 12),
                                           std::min<uint8_t>(c[2], 84), std::min<uint8_t>(c[3], 30)}));

@@ -12,6 +12,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -202,27 +203,22 @@ TEST(Aes, CtrExampleAcrossCallsAndTheCounterCarry)
 
 TEST(Container, PaddingChecksOnDecryption)
 {
-    const struct
-    {
-        Bytes plain;
-        Kel_StatusCode status;
-        int32_t length;
-    } cases[] = {
+    const std::tuple<Bytes, Kel_StatusCode, int32_t> cases[] = {
         {FromHex("000102030405060708090a0b0c0d0e01"), Kel_Good, 15},
         {FromHex("00010203040506070809030303030203"), Kel_Bad, 13},  // a byte differs from the count
         {FromHex("00010203040506070809aabbccddee00"), Kel_Good, 16}, // a last byte of 0: no padding
         {FromHex("000102030405060708090a0b0c0d0e11"), Kel_Bad, 16},  // more than the container holds
         {Bytes(32, 0x20), Kel_Good, 0},                              // above 16, all padding
     };
-    for (const auto& c : cases)
+    for (const auto& [plain, expectedStatus, expectedLength] : cases)
     {
         Kel_StatusCode status;
         int32_t length;
-        const Bytes result = Decrypt(RawContainer(c.plain), &status, &length);
-        EXPECT_EQ(status, c.status) << ToHex(c.plain);
-        EXPECT_EQ(length, c.length) << ToHex(c.plain);
-        EXPECT_EQ(Bytes(result.begin(), result.begin() + c.length),
-                  Bytes(c.plain.begin(), c.plain.begin() + c.length));
+        const Bytes result = Decrypt(RawContainer(plain), &status, &length);
+        EXPECT_EQ(status, expectedStatus) << ToHex(plain);
+        EXPECT_EQ(length, expectedLength) << ToHex(plain);
+        EXPECT_EQ(Bytes(result.begin(), result.begin() + expectedLength),
+                  Bytes(plain.begin(), plain.begin() + expectedLength));
     }
     TraceCapture trace;
     Kel_StatusCode status;

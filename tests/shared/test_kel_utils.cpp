@@ -13,6 +13,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <array>
 #include <tuple>
 #include <vector>
 
@@ -194,28 +195,24 @@ TEST(UtilsDates, SignedThirtyTwoBitLimitsAndTheConversionFailure)
     // The seconds of local fields in UTC, or a refusal (mktime's -1 for 1969-12-31 23:59:59 is a valid
     // instant); east of UTC the last local second that fits is 3 hours later.
     constexpr int64_t Refused = INT64_MIN;
-    const struct
+    const std::tuple<const char*, const char*, int64_t> cases[] = {
+        {"UTC0", "2038-01-19 03:14:07", INT32_MAX},  {"UTC0", "2038-01-19 03:14:08", Refused},
+        {"UTC0", "1901-12-13 20:45:52", INT32_MIN},  {"UTC0", "1901-12-13 20:45:51", Refused},
+        {"UTC0", "1970-01-01 00:00:00", 0},          {"UTC0", "1969-12-31 23:59:59", -1},
+        {"UTC0", "1968-02-29 12:00:00", -58017600},  {"UTC0", "1904-03-01 00:00:00", -2077660800},
+        {"UTC0", "2024-03-15 10:20:30", 1710498030}, {"UTC0", "9999-12-31 23:59:59", Refused},
+        {"XXX-3", "1901-12-13 23:45:52", INT32_MIN}, {"XXX-3", "2038-01-19 06:14:07", INT32_MAX},
+        {"XXX-3", "2038-01-19 06:14:08", Refused}};
+    for (const auto& [zone, fields, seconds] : cases)
     {
-        const char *zone, *fields;
-        int64_t seconds;
-    } cases[] = {{"UTC0", "2038-01-19 03:14:07", INT32_MAX},  {"UTC0", "2038-01-19 03:14:08", Refused},
-                 {"UTC0", "1901-12-13 20:45:52", INT32_MIN},  {"UTC0", "1901-12-13 20:45:51", Refused},
-                 {"UTC0", "1970-01-01 00:00:00", 0},          {"UTC0", "1969-12-31 23:59:59", -1},
-                 {"UTC0", "1968-02-29 12:00:00", -58017600},  {"UTC0", "1904-03-01 00:00:00", -2077660800},
-                 {"UTC0", "2024-03-15 10:20:30", 1710498030}, {"UTC0", "9999-12-31 23:59:59", Refused},
-                 {"XXX-3", "1901-12-13 23:45:52", INT32_MIN}, {"XXX-3", "2038-01-19 06:14:07", INT32_MAX},
-                 {"XXX-3", "2038-01-19 06:14:08", Refused}};
-    for (const auto& c : cases)
-    {
-        ScopedTimeZone zone(c.zone);
+        ScopedTimeZone scoped(zone);
         DateTime result{};
-        EXPECT_EQ(ClockCreate(c.fields, &result), c.seconds == Refused ? Kel_BadOutOfRange : Kel_Good)
-            << c.fields;
-        if (c.seconds != Refused && c.seconds != 0) // 0 is the empty record
+        EXPECT_EQ(ClockCreate(fields, &result), seconds == Refused ? Kel_BadOutOfRange : Kel_Good) << fields;
+        if (seconds != Refused && seconds != 0) // 0 is the empty record
         {
-            EXPECT_EQ(Fields(result), std::string(c.fields) + ".000");
+            EXPECT_EQ(Fields(result), std::string(fields) + ".000");
         }
-        EXPECT_EQ(result.seconds, c.seconds == Refused ? 0 : c.seconds) << c.zone << " " << c.fields;
+        EXPECT_EQ(result.seconds, seconds == Refused ? 0 : seconds) << zone << " " << fields;
     }
     // 2038-01-20 local passes the range checks in every zone and fails in the conversion.
     DateTime result{5, 5};
@@ -438,10 +435,7 @@ TEST(Utils, IsTimerOverAStopwatch)
     Kel_P_Stopwatch_Context stopwatch{};
     uint32_t isTimer = 7;
     // Each step: period low and high words, start flag, restart flag; then whether it fired and runs.
-    const struct
-    {
-        uint32_t low, high, start, restart, fired, running;
-    } steps[] = {
+    const std::array<uint32_t, 6> steps[] = {
         {1000, 0, 0, 1, 0, 0},  // stopped, no start flag: nothing
         {60000, 0, 1, 1, 1, 1}, // stopped with the start flag: fires at once and starts
         {60000, 0, 1, 1, 0, 1}, // running, the period not over
@@ -450,11 +444,11 @@ TEST(Utils, IsTimerOverAStopwatch)
         {0, 0, 0, 0, 1, 0},     // without restart it is reset
         {60000, 0, 1, 0, 1, 0}, // stopped, start flag, no restart: fires and stays stopped
     };
-    for (const auto& s : steps)
+    for (const auto& [low, high, start, restart, fired, running] : steps)
     {
-        EXPECT_EQ(Kel_Utils_IsTimer(&stopwatch, s.low, s.high, s.start, s.restart, &isTimer), Kel_Good);
-        EXPECT_EQ(isTimer, s.fired) << s.low << "/" << s.high;
-        EXPECT_EQ(stopwatch.running, s.running) << s.low << "/" << s.high;
+        EXPECT_EQ(Kel_Utils_IsTimer(&stopwatch, low, high, start, restart, &isTimer), Kel_Good);
+        EXPECT_EQ(isTimer, fired) << low << "/" << high;
+        EXPECT_EQ(stopwatch.running, running) << low << "/" << high;
     }
     EXPECT_EQ(stopwatch.accumulated, 0u);
 }
