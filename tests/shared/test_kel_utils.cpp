@@ -147,15 +147,9 @@ TEST(Utils, RejectedArgumentsTraceTheirNameOncePerForm)
 TEST(UtilsDates, CreateChecksEveryFieldAndTheClockRefusesWithTheBareCode)
 {
     EXPECT_EQ(Fields(Make(2024, 2, 29, 23, 59, 59, 999)), "2024-02-29 23:59:59.999");
-    struct Case
-    {
-        uint16_t year;
-        uint8_t month, day, hour, minute, second;
-        uint16_t millisecond;
-        const char* pCheck; // the failed condition of the utilities' check
-    };
+    // Each row: the fields, then the failed condition of the utilities' check.
     const char* const dayCheck = "aDay < 1 || aDay > daysInMonth[leap][aMonth - 1]";
-    const Case cases[] = {
+    const std::tuple<uint16_t, uint8_t, uint8_t, uint8_t, uint8_t, uint8_t, uint16_t, const char*> cases[] = {
         {1600, 1, 1, 0, 0, 0, 0, "aYear < 1601 || aYear >= 10000"},
         {10000, 1, 1, 0, 0, 0, 0, "aYear < 1601 || aYear >= 10000"},
         {2024, 0, 1, 0, 0, 0, 0, "aMonth < 1 || aMonth > 12"},
@@ -169,21 +163,20 @@ TEST(UtilsDates, CreateChecksEveryFieldAndTheClockRefusesWithTheBareCode)
         {2024, 1, 1, 0, 0, 60, 0, "aSecond > 59"},
         {2024, 1, 1, 0, 0, 0, 1000, "aMillisecond > 999"},
     };
-    for (const Case& c : cases)
+    for (const auto& [year, month, day, hour, minute, second, millisecond, pCheck] : cases)
     {
         DateTime result{77, 77};
         TraceCapture trace;
-        EXPECT_EQ(Kel_Utils_CreateDateTime(c.year, c.month, c.day, c.hour, c.minute, c.second, c.millisecond,
-                                           &result),
+        EXPECT_EQ(Kel_Utils_CreateDateTime(year, month, day, hour, minute, second, millisecond, &result),
                   Kel_BadOutOfRange);
-        EXPECT_EQ(trace.Lines(), std::vector<std::string>{At(std::string("<-- ReturnError: ") + c.pCheck +
+        EXPECT_EQ(trace.Lines(), std::vector<std::string>{At(std::string("<-- ReturnError: ") + pCheck +
                                                              " is true! Return 0x803C0000")});
-        EXPECT_TRUE(Kel_Utils_IsEmptyDate(&result)) << c.pCheck;
-        if (c.millisecond != 0)
+        EXPECT_TRUE(Kel_Utils_IsEmptyDate(&result)) << pCheck;
+        if (millisecond != 0)
             continue; // the clock does not check milliseconds
         result = DateTime{77, 77};
         TraceCapture clockTrace;
-        EXPECT_EQ(Kel_P_DateTime_CreateImp(c.year, c.month, c.day, c.hour, c.minute, c.second, 0, &result),
+        EXPECT_EQ(Kel_P_DateTime_CreateImp(year, month, day, hour, minute, second, 0, &result),
                   Kel_BadOutOfRange);
         EXPECT_EQ(clockTrace.Lines(), std::vector<std::string>{At("<-- ReturnError: 0x803C0000", kClock)});
         EXPECT_EQ(result.seconds, 77);
