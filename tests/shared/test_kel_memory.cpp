@@ -22,53 +22,41 @@ TEST(Memory, EveryWidthInBothByteOrdersAndGrowth)
     Kel_Memory_Context memory{};
     ASSERT_EQ(Kel_Memory_Alloc(&memory, 0), Kel_Good);
     uint32_t index = 0;
+    // Appends a value, compares the bytes it added and reads it back from where they start.
+    auto roundTrip = [&]<typename T>(auto aWrite, auto aRead, T aValue, uint32_t aOrder, const Bytes& aBytes)
+    {
+        uint32_t cursor = index;
+        ASSERT_EQ(aWrite(aValue, &memory, &index, aOrder), Kel_Good);
+        EXPECT_EQ(Bytes(memory.data + cursor, memory.data + index), aBytes);
+        T back{};
+        ASSERT_EQ(aRead(&memory, &cursor, aOrder, &back), Kel_Good);
+        EXPECT_EQ(back, aValue);
+        EXPECT_EQ(cursor, index);
+    };
     // Host order (0) is little-endian, reverse order (1) big-endian; a growing buffer doubles the need.
-    ASSERT_EQ(Kel_Memory_UInt16ToData(0x1234, &memory, &index, KEL_BYTEORDER_HOST), Kel_Good);
+    roundTrip(Kel_Memory_UInt16ToData, Kel_Memory_DataToUInt16, uint16_t{0x1234}, KEL_BYTEORDER_HOST,
+              {0x34, 0x12});
     EXPECT_EQ(memory.size, 4);
     EXPECT_EQ(Contents(memory, 4), (Bytes{0x34, 0x12, 0x00, 0x00})); // the added bytes are zeroed
-    ASSERT_EQ(Kel_Memory_UInt16ToData(0x1234, &memory, &index, KEL_BYTEORDER_REVERSE), Kel_Good);
-    ASSERT_EQ(Kel_Memory_UInt24ToData(0x00ABCDEF, &memory, &index, 1), Kel_Good);
-    ASSERT_EQ(Kel_Memory_UInt24ToData(0x00ABCDEF, &memory, &index, 0), Kel_Good);
-    ASSERT_EQ(Kel_Memory_UInt32ToData(0xA1B2C3D4u, &memory, &index, 1), Kel_Good);
-    ASSERT_EQ(Kel_Memory_UInt32ToData(0xA1B2C3D4u, &memory, &index, 0), Kel_Good);
-    ASSERT_EQ(Kel_Memory_UInt48ToData(0x0000112233445566ull, &memory, &index, 1), Kel_Good);
-    ASSERT_EQ(Kel_Memory_UInt48ToData(0x0000112233445566ull, &memory, &index, 0), Kel_Good);
-    ASSERT_EQ(Kel_Memory_Int16ToData(-2, &memory, &index, 0), Kel_Good);
-    ASSERT_EQ(Kel_Memory_FloatToData(1.0f, &memory, &index, 0), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DoubleToData(-2.0, &memory, &index, 1), Kel_Good);
-    ASSERT_EQ(Kel_Memory_Int8ToData(-1, &memory, &index), Kel_Good);
-    EXPECT_EQ(
-        Contents(memory, index),
-        (Bytes{0x34, 0x12, 0x12, 0x34, 0xAB, 0xCD, 0xEF, 0xEF, 0xCD, 0xAB, 0xA1, 0xB2, 0xC3, 0xD4, 0xD4,
-               0xC3, 0xB2, 0xA1, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11,
-               0xFE, 0xFF, 0x00, 0x00, 0x80, 0x3F, 0xC0, 0,    0,    0,    0,    0,    0,    0,    0xFF}));
-
-    uint32_t cursor = 0, u24a = 0, u24b = 0, u32a = 0, u32b = 0;
-    uint16_t u16a = 0, u16b = 0;
-    uint64_t u48a = 0, u48b = 0;
-    int16_t i16 = 0;
-    float f = 0;
-    double d = 0;
-    int8_t i8 = 0;
-    ASSERT_EQ(Kel_Memory_DataToUInt16(&memory, &cursor, 0, &u16a), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt16(&memory, &cursor, 1, &u16b), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt24(&memory, &cursor, 1, &u24a), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt24(&memory, &cursor, 0, &u24b), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt32(&memory, &cursor, 1, &u32a), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt32(&memory, &cursor, 0, &u32b), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt48(&memory, &cursor, 1, &u48a), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToUInt48(&memory, &cursor, 0, &u48b), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToInt16(&memory, &cursor, 0, &i16), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToFloat(&memory, &cursor, 0, &f), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToDouble(&memory, &cursor, 1, &d), Kel_Good);
-    ASSERT_EQ(Kel_Memory_DataToInt8(&memory, &cursor, &i8), Kel_Good);
-    EXPECT_EQ(u16a + (static_cast<uint32_t>(u16b) << 16), 0x12341234u);
-    EXPECT_EQ(u24a + (static_cast<uint64_t>(u24b) << 32), 0x00ABCDEF00ABCDEFull);
-    EXPECT_EQ(u32a + (static_cast<uint64_t>(u32b) << 32), 0xA1B2C3D4A1B2C3D4ull);
-    EXPECT_EQ(u48a ^ u48b, 0u);
-    EXPECT_EQ(u48a, 0x0000112233445566ull);
-    EXPECT_EQ(i16 * f * d * i8, -4.0);
-    EXPECT_EQ(cursor, index);
+    roundTrip(Kel_Memory_UInt16ToData, Kel_Memory_DataToUInt16, uint16_t{0x1234}, KEL_BYTEORDER_REVERSE,
+              {0x12, 0x34});
+    roundTrip(Kel_Memory_UInt24ToData, Kel_Memory_DataToUInt24, 0x00ABCDEFu, 1, {0xAB, 0xCD, 0xEF});
+    roundTrip(Kel_Memory_UInt24ToData, Kel_Memory_DataToUInt24, 0x00ABCDEFu, 0, {0xEF, 0xCD, 0xAB});
+    roundTrip(Kel_Memory_UInt32ToData, Kel_Memory_DataToUInt32, 0xA1B2C3D4u, 1, {0xA1, 0xB2, 0xC3, 0xD4});
+    roundTrip(Kel_Memory_UInt32ToData, Kel_Memory_DataToUInt32, 0xA1B2C3D4u, 0, {0xD4, 0xC3, 0xB2, 0xA1});
+    roundTrip(Kel_Memory_UInt48ToData, Kel_Memory_DataToUInt48, uint64_t{0x112233445566}, 1,
+              {0x11, 0x22, 0x33, 0x44, 0x55, 0x66});
+    roundTrip(Kel_Memory_UInt48ToData, Kel_Memory_DataToUInt48, uint64_t{0x112233445566}, 0,
+              {0x66, 0x55, 0x44, 0x33, 0x22, 0x11});
+    roundTrip(Kel_Memory_Int16ToData, Kel_Memory_DataToInt16, int16_t{-2}, 0, {0xFE, 0xFF});
+    roundTrip(Kel_Memory_FloatToData, Kel_Memory_DataToFloat, 1.0f, 0, {0x00, 0x00, 0x80, 0x3F});
+    roundTrip(Kel_Memory_DoubleToData, Kel_Memory_DataToDouble, -2.0, 1, {0xC0, 0, 0, 0, 0, 0, 0, 0});
+    roundTrip([](int8_t aValue, Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t)
+              { return Kel_Memory_Int8ToData(aValue, pMemory, pIndex); },
+              [](const Kel_Memory_Context* pMemory, uint32_t* pIndex, uint32_t, int8_t* pValue)
+              { return Kel_Memory_DataToInt8(pMemory, pIndex, pValue); },
+              int8_t{-1}, 0, {0xFF});
+    EXPECT_EQ(Contents(memory, 4), (Bytes{0x34, 0x12, 0x12, 0x34})); // kept through every growth
     Kel_Memory_Free(&memory);
 }
 

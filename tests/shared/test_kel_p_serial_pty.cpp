@@ -5,7 +5,7 @@
 // port, the port list and the mapping of the line settings onto termios.
 #include "kel_p_serial_test_support.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #if !defined(_WIN32)
 
@@ -97,13 +97,6 @@ protected:
         for (const int64_t deadline = MonotonicMs() + 2000; queued < aCount && MonotonicMs() < deadline;)
             EXPECT_EQ(Kel_P_Serial_Get_Bytes_In_Buffer(&mPort, 1, &queued), Kel_Good);
         return queued;
-    }
-
-    Kel_P_Serial_DCB LineSettings()
-    {
-        Kel_P_Serial_DCB dcb{};
-        EXPECT_NE(Kel_P_Serial_GetCommState(mPort.port_fd, &dcb), 0);
-        return dcb;
     }
 
     int mPeer = -1;
@@ -207,8 +200,7 @@ TEST_F(PtyLine, WritesStopAtTheWriteTimeoutAndAHungUpLineEndsReads)
     int64_t elapsed = 0;
     EXPECT_TRUE(TimedRead(4, {}, &elapsed, Kel_BadCommunicationError).empty());
     EXPECT_LT(elapsed, 50);
-    EXPECT_EQ(trace.Text().rfind("Kel_P_Serial_Read - Fail, line hung up, port_name=COM7", 0), 0u)
-        << trace.Text();
+    EXPECT_THAT(trace.Text(), testing::StartsWith("Kel_P_Serial_Read - Fail, line hung up, port_name=COM7"));
     EXPECT_EQ(Kel_P_Serial_Write(&mPort, big.data(), 1, 0, &written), Kel_Good);
 }
 
@@ -268,23 +260,20 @@ TEST_F(PtyLine, PortListInNumberOrderUpToTwentyAndFactoryOpenByNumber)
                   "<-- ReturnError: 0x80020000\n" + At());
 }
 
-TEST_F(PtyLine, LineSettingsOfRatesWithoutATermiosConstant)
+// Rates without a termios constant reach the line. A pseudo-terminal keeps neither parity nor data bits,
+// so the mapping of the character format is checked on the termios record itself.
+TEST_F(PtyLine, LineSettingsMapOntoTermiosAndBack)
 {
     for (const auto& [rate, stop] : {std::pair{14400u, 3}, std::pair{56000u, 0}, std::pair{128000u, 2},
                                      std::pair{256000u, 0}, std::pair{110u, 0}})
     {
         ASSERT_EQ(Kel_P_Serial_Set_Params(&mPort, rate, 0, 8, stop, 0), Kel_Good);
-        const Kel_P_Serial_DCB dcb = LineSettings();
+        Kel_P_Serial_DCB dcb{};
+        ASSERT_NE(Kel_P_Serial_GetCommState(mPort.port_fd, &dcb), 0);
         EXPECT_EQ(dcb.BaudRate, rate);
         EXPECT_EQ(dcb.StopBits, stop == 3 ? KEL_SERIAL_ONE5STOPBITS
                                           : (stop == 2 ? KEL_SERIAL_TWOSTOPBITS : KEL_SERIAL_ONESTOPBIT));
     }
-}
-
-// A pseudo-terminal keeps neither parity nor data bits, so the mapping of the character format is
-// checked on the termios record itself.
-TEST(SerialCharacterFormat, ParityDataBitsStopBitsAndFlowControlMapOntoTermiosAndBack)
-{
     const std::pair<uint8_t, tcflag_t> parities[] = {{KEL_SERIAL_NOPARITY, 0},
                                                      {KEL_SERIAL_ODDPARITY, PARENB | PARODD},
                                                      {KEL_SERIAL_EVENPARITY, PARENB},
