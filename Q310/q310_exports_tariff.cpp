@@ -17,6 +17,40 @@
 
 namespace
 {
+// Month names, day kinds and month names in the genitive of the schedule and holiday texts.
+constexpr auto kM0 = Kel_Cp1251("Январь");
+constexpr auto kM1 = Kel_Cp1251("Февраль");
+constexpr auto kM2 = Kel_Cp1251("Март");
+constexpr auto kM3 = Kel_Cp1251("Апрель");
+constexpr auto kM4 = Kel_Cp1251("Май");
+constexpr auto kM5 = Kel_Cp1251("Июнь");
+constexpr auto kM6 = Kel_Cp1251("Июль");
+constexpr auto kM7 = Kel_Cp1251("Август");
+constexpr auto kM8 = Kel_Cp1251("Сентябрь");
+constexpr auto kM9 = Kel_Cp1251("Октябрь");
+constexpr auto kM10 = Kel_Cp1251("Ноябрь");
+constexpr auto kM11 = Kel_Cp1251("Декабрь");
+constexpr auto kD0 = Kel_Cp1251("Понедельник");
+constexpr auto kD1 = Kel_Cp1251("Вторник");
+constexpr auto kD2 = Kel_Cp1251("Среда");
+constexpr auto kD3 = Kel_Cp1251("Четверг");
+constexpr auto kD4 = Kel_Cp1251("Пятница");
+constexpr auto kD5 = Kel_Cp1251("Суббота");
+constexpr auto kD6 = Kel_Cp1251("Воскресенье");
+constexpr auto kD7 = Kel_Cp1251("Праздник");
+constexpr auto kG1 = Kel_Cp1251("января");
+constexpr auto kG2 = Kel_Cp1251("февраля");
+constexpr auto kG3 = Kel_Cp1251("марта");
+constexpr auto kG4 = Kel_Cp1251("апреля");
+constexpr auto kG5 = Kel_Cp1251("мая");
+constexpr auto kG6 = Kel_Cp1251("июня");
+constexpr auto kG7 = Kel_Cp1251("июля");
+constexpr auto kG8 = Kel_Cp1251("августа");
+constexpr auto kG9 = Kel_Cp1251("сентября");
+constexpr auto kG10 = Kel_Cp1251("октября");
+constexpr auto kG11 = Kel_Cp1251("ноября");
+constexpr auto kG12 = Kel_Cp1251("декабря");
+
 const char* const kMonthNames[Q310_MONTHS] = {kM0.text, kM1.text, kM2.text, kM3.text, kM4.text,  kM5.text,
                                               kM6.text, kM7.text, kM8.text, kM9.text, kM10.text, kM11.text};
 
